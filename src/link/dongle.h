@@ -18,10 +18,10 @@
 
 extern "C" {
 
-constexpr int ambe_frame_bytes = 12;         // nine bytes of voice, three of slow data
-constexpr int ambe_packet_bytes = 48;        // what ambe_send builds and dongle_send takes
-constexpr int pcm_block_bytes = 320;         // 160 samples
-constexpr int ambe_packet_type = 5;          // the vocoder's request, and the packet that answers it
+constexpr int ambe_frame_bytes = 12;   // nine bytes of voice, three of slow data
+constexpr int ambe_packet_bytes = 48;  // what ambe_send builds and dongle_send takes
+constexpr int pcm_block_bytes = 320;   // 160 samples
+constexpr int ambe_packet_type = 5;    // the vocoder's request, and the packet that answers it
 constexpr int pcm_block_type = 4;
 constexpr int time_out_packet_bytes = 34;
 constexpr int time_out_packet_type = 1;
