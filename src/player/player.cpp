@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: MIT
+#include "player/player.h"
+
+#include <cstdio>
+
+#include "player/program_info.h"
+#include "riff/wave_format.h"
+
+namespace {
+
+constexpr int report_missing_device = 1;
+constexpr int audio_mode_playback = 1;
+
+}  // namespace
+
+void print_banner() {
+    std::printf("HALCYON %s V%s\n", program_info.title, program_info.version);
+    std::printf("%s %s.\n\n", program_info.notice, program_info.company);
+}
+
+int player_start_codec(Player& player) {
+    const std::uint32_t tag = player.settings.format_tag;
+    player.stream = codec_stream_create(tag, codec_mode_encode, &player.input_format, 0);
+    if (!player.stream) {
+        std::fprintf(stderr, "Sorry, format %s not supported !\n", wave_format_name(static_cast<int>(tag)));
+        return -1;
+    }
+    player.stream->flags |= codec_flag_block_headers;
+    return 0;
+}
+
+int player_start_audio(Player& player) {
+    int device = player.settings.sound_device;
+    if (device == -1) device = audio_detect(report_missing_device);
+    player.audio = audio_alloc(device);
+    if (!player.audio) return -1;
+
+    const PcmFormat& format = player.stream->output_format;
+    audio_format(player.audio, format.channels, static_cast<long>(format.sample_rate), format.bits_per_sample);
+    if (audio_open(player.audio, audio_mode_playback) < 0) return -1;
+    std::printf("Using device '%s'.\n", player.audio->name);
+    return 0;
+}
+
+int player_start_vocoder(Player& player) {
+    const Settings& settings = player.settings;
+    dongle_debug(settings.debug_level);
+    if (dongle_init(settings.port, settings.speed) < 0) return -1;
+    dongle_hello();
+    return 0;
+}

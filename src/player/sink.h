@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+// Where decoded blocks go: one row of operations to convert, one to play.
+#pragma once
+
+#include <cstdint>
+
+#include "link/dongle.h"
+#include "player/player.h"
+
+// 160 samples of 16-bit signed little-endian linear PCM, mono, 8000 Hz: what one AMBE frame decodes to.
+struct PcmBlock {
+    std::uint8_t bytes[pcm_block_bytes];
+};
+
+struct Sink {
+    const char* verb;                                              // of "%sing file"
+    bool closes_input_on_failure;                                  // when start fails
+    int (*start)(Player& player, const char* path);                // 0, or -1 after its message
+    void (*write)(Player& player, const std::uint8_t* pcm_block);  // 320 bytes
+    void (*stop)(Player& player);                                  // announced on standard error
+};
+
+extern const Sink convert_sink;  // encodes into a WAVE file beside the recording
+extern const Sink play_sink;     // keeps the newest block for the audio layer to pull
+
+// The path with everything from its last "." on replaced by ".wav". Kept: the directory part counts ("dir.v/rec" gives
+// "dir.wav"), and a path without a "." stays as it is, so that such a recording is converted onto itself.
+// The caller frees it; null when memory ran out.
+char* output_name(const char* path);
+
+// Pull callback of the audio layer: the waiting block once, silence otherwise. The context is not used. Always 320.
+int pull_block(void* context, std::uint8_t* output);

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+// A recording of AMBE voice, one 12-byte frame at a time.
+//
+// Two forms, told apart by the first ten bytes: a DVTOOL recording and raw frames back to back.
+//
+//   offset   0        6   7       10   12
+//          ┌────────┬───┬───────┬────┬──────────┐
+//          │ DVTOOL │ 0 │ (any) │ L0 │ L0 bytes │  skipped; then L and L bytes, again and again
+//          └────────┴───┴───────┴────┴──────────┘
+//
+//   record   0              15               27
+//          ┌──────────────┬────────────────┬───────┐
+//          │ (not read)   │ the AMBE frame │ (any) │  lengths are 16 bits, low byte first
+//          └──────────────┴────────────────┴───────┘
+//
+// One buffer serves header, lengths, records and raw frames, each from its first byte on. What a short record or a
+// length that cannot be read does not overwrite keeps its place and is used again.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+struct VoiceRecording {
+    std::FILE* file;
+    bool dvtool;
+    std::uint32_t frames_without_input;  // frames in a row for which not one byte of the file was read
+    std::uint8_t buffer[0xFFFF];         // the largest record
+};
+
+// Opens `path` and finds its form. Returns 0, having printed " (DVTOOL)" for that form; -1 with nothing left open,
+// having printed ": NOT FOUND\n" or, for a file of fewer than ten bytes, ": SHORT FILE\n".
+int voice_recording_open(VoiceRecording& recording, const char* path);
+
+// The next frame, 12 bytes inside the recording's buffer, which the caller may change in place: a later record that is
+// too short to replace them yields them again as they then are. Null at the end of the file.
+std::uint8_t* voice_recording_next(VoiceRecording& recording);
+
+void voice_recording_close(VoiceRecording& recording);
+
+// Mirrors the bits of each of the 12 bytes: bit 0 becomes bit 7, bit 1 becomes bit 6 and so on.
+void reverse_frame_bits(std::uint8_t* frame);
