@@ -6,19 +6,35 @@
 
 #include "riff/riff_file.h"
 
-// The first 18 bytes of a "fmt " body, as they stand in the file; extra_size bytes may follow.
+// The first 18 bytes of a "fmt " body, as they stand in the file, least significant byte first. `extra_size` bytes of
+// format-specific data follow the record in memory as they do in the file; a record with extra_size 0 needs none.
 struct [[gnu::packed]] WaveFormat {
-    std::uint16_t format_tag;
-    std::uint16_t channels;
-    std::uint32_t sample_rate;
-    std::uint32_t byte_rate;
-    std::uint16_t block_align;
-    std::uint16_t bits_per_sample;
-    std::uint16_t extra_size;
-    std::uint8_t extra[];
+    std::uint16_t format_tag;       // row of the codec table; 1 is linear PCM
+    std::uint16_t channels;         //
+    std::uint32_t sample_rate;      // samples per second
+    std::uint32_t byte_rate;        // average bytes per second
+    std::uint16_t block_align;      // bytes per sample frame
+    std::uint16_t bits_per_sample;  //
+    std::uint16_t extra_size;       // bytes that follow
 };
 
+static_assert(sizeof(WaveFormat) == 18);
+
+// Writes the "fmt " chunk; fills in the caller's `block_align` (channels times bits, divided by 8 and rounded down) and
+// `byte_rate` (block_align times sample_rate). The body is 16 bytes for format tag 1, whatever extra_size says, and
+// 18 + extra_size bytes for any other tag: the caller owes that many at `format`.
+// Returns 0; -1 after riff_write_chunk's message, `format` untouched, or without one when the body was written in part.
 int riff_write_format(RiffFile* file, WaveFormat* format);
+
+// The display name of a format tag, whether or not it has a codec, or "<1234>", the tag in at least four upper-case
+// hexadecimal digits. That text is one static buffer: the next unknown tag overwrites it.
 const char* wave_format_name(int tag);
+
+// Prints the record to standard output under "AUDIO information:"; `full` other than 0 adds the block size and the extra
+// bytes. Kept: when extra_size is not 0, the bytes shown are chunk_length - 18, not extra_size. The caller owes
+// chunk_length bytes at `format`; one below 18, or of 2^31 + 18 and more, shows none.
 void wave_dump_format(const WaveFormat* format, std::uint32_t chunk_length, int full);
+
+// Prints `count` bytes to standard output, sixteen a line: offset, hexadecimal, text. Only letters, digits and the space
+// stand for themselves in the text, all else is ".". A count of 0 or less prints nothing.
 void hex_dump(const std::uint8_t* bytes, int count);
