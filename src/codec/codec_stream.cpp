@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: MIT
+// Blocks of a codec stream: filled and handed on, or pulled in and given out. Runs of bytes are copied at once; every
+// callback happens at the same byte as if they came one by one.
+#include "codec/codec_stream.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "codec/codec_table.h"
+
+namespace {
+
+constexpr std::size_t spare_input_bytes = 1;
+
+// The row of a supported tag, or null. Linear PCM is the first row; the search begins with the second.
+const CodecEntry* find_codec(std::uint32_t tag) {
+    if (tag == linear_pcm_tag) return &codec_table[0];
+    for (const CodecEntry* row = &codec_table[1]; row->name != nullptr; ++row)
+        if (row->tag == tag) return row->init != nullptr ? row : nullptr;
+    return nullptr;
+}
+
+// The most bytes that OBUFF holds. No codec hands on more than the larger of what it takes and what it fills.
+std::int16_t output_room(const CodecStream& stream) {
+    return std::max(stream.ibuff_size, stream.obuff_size);
+}
+
+int allocate_ibuff(CodecStream& stream) {
+    if (stream.ibuff_size <= 0) return 0;
+    const std::size_t room = static_cast<std::size_t>(stream.ibuff_size) + spare_input_bytes;
+    stream.ibuff = static_cast<std::uint8_t*>(calloc(room, 1));
+    if (stream.ibuff != nullptr) return 0;
+    std::fprintf(stderr, "Out of memory for IBUFF of %d !\n", stream.ibuff_size);
+    return -1;
+}
+
+int allocate_obuff(CodecStream& stream) {
+    if (stream.obuff_size <= 0) return 0;
+    stream.obuff = static_cast<std::uint8_t*>(calloc(static_cast<std::size_t>(output_room(stream)), 1));
+    if (stream.obuff != nullptr) return 0;
+    std::fprintf(stderr, "Out of memory for OBUFF of %d !\n", stream.obuff_size);
+    return -1;
+}
+
+// Kept: a private block that the codec has taken stays taken when a later step fails.
+CodecStream* give_up(CodecStream* stream) {
+    free(stream->ibuff);
+    free(stream);
+    return nullptr;
+}
+
+// A result as the 16-bit count that the record holds, cut to the bytes that OBUFF has.
+std::int16_t output_bytes(const CodecStream& stream, std::uint32_t result) {
+    return std::min(static_cast<std::int16_t>(result), output_room(stream));
+}
+
+// Codes the full IBUFF and hands the result on.
+void finish_block(CodecStream& stream) {
+    std::uint8_t* output = stream.ibuff;
+    stream.output_count = stream.ibuff_size;
+    if (stream.encode != nullptr) {
+        const auto block_bytes = static_cast<std::uint32_t>(stream.ibuff_size);
+        output = stream.obuff;
+        stream.output_count = output_bytes(stream, stream.encode(stream, stream.ibuff, stream.obuff, block_bytes));
+    }
+    stream.io(stream.io_context, output, stream.output_count);
+}
+
+void start_block(CodecStream& stream) {
+    if (stream.write_cursor != nullptr) finish_block(stream);
+    stream.space_left = stream.ibuff_size;
+    stream.write_cursor = stream.ibuff;
+}
+
+// Gets the next block and decodes it. Returns what the callback returned: 0 is the end, negative an error. A block may
+// decode to nothing; bytes_left is then 0.
+int pull_block(CodecStream& stream) {
+    const int result = stream.io(stream.io_context, stream.ibuff, stream.ibuff_size);
+    // A callback that claims more than it was asked for has given what IBUFF holds.
+    stream.last_read = static_cast<std::int16_t>(std::clamp<int>(result, INT16_MIN, stream.ibuff_size));
+    if (result < 0) return result;
+    stream.read_cursor = stream.ibuff;
+    stream.bytes_left = stream.last_read;
+    if (result == 0 || stream.decode == nullptr) return result;
+
+    const auto block_bytes = static_cast<std::uint32_t>(stream.last_read);
+    stream.bytes_left = output_bytes(stream, stream.decode(stream, stream.ibuff, stream.obuff, block_bytes));
+    stream.read_cursor = stream.obuff;
+    return result;
+}
+
+}  // namespace
+
+CodecStream* codec_stream_create(std::uint32_t tag, int mode, const PcmFormat* format, std::int16_t block_size) {
+    const CodecEntry* codec = find_codec(tag);
+    if (codec == nullptr) return nullptr;
+
+    auto* stream = static_cast<CodecStream*>(calloc(1, sizeof(CodecStream)));
+    if (stream == nullptr) {
+        std::fputs("Out of memory for codec stream !\n", stderr);
+        return nullptr;
+    }
+    stream->name = codec->name;
+    stream->input_format = *format;
+    stream->output_format = *format;
+    stream->block_size = block_size;
+
+    if (codec->init(*stream, mode) < 0) return give_up(stream);
+    if (allocate_ibuff(*stream) < 0) return give_up(stream);
+    if (allocate_obuff(*stream) < 0) return give_up(stream);
+    return stream;
+}
+
+void codec_stream_write(CodecStream* stream, const std::uint8_t* bytes, int count) {
+    while (count > 0) {
+        if (stream->space_left <= 0) start_block(*stream);
+        const int run = std::min<int>(count, stream->space_left);
+        std::memcpy(stream->write_cursor, bytes, static_cast<std::size_t>(run));
+        stream->write_cursor += run;
+        stream->space_left = static_cast<std::int16_t>(stream->space_left - run);
+        bytes += run;
+        count -= run;
+    }
+}
+
+int codec_stream_read(CodecStream* stream, std::uint8_t* buffer, int count) {
+    int delivered = 0;
+    while (delivered < count) {
+        if (stream->bytes_left <= 0) {
+            const int pulled = pull_block(*stream);
+            if (pulled < 0) {
+                std::fputs("I/O error during READ DATA !\n", stderr);
+                return -1;
+            }
+            if (pulled == 0) break;
+            if (stream->bytes_left <= 0) continue;
+        }
+        const int run = std::min<int>(count - delivered, stream->bytes_left);
+        std::memcpy(buffer + delivered, stream->read_cursor, static_cast<std::size_t>(run));
+        stream->read_cursor += run;
+        stream->bytes_left = static_cast<std::int16_t>(stream->bytes_left - run);
+        delivered += run;
+    }
+    return delivered;
+}
