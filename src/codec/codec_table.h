@@ -33,3 +33,5 @@ void codec_print_line(const CodecStream& stream);
 
 // The codecs, one a file.
 int linear_pcm_init(CodecStream& stream, int mode);
+int g711_alaw_init(CodecStream& stream, int mode);
+int g711_ulaw_init(CodecStream& stream, int mode);
