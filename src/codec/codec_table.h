@@ -35,3 +35,4 @@ void codec_print_line(const CodecStream& stream);
 int linear_pcm_init(CodecStream& stream, int mode);
 int g711_alaw_init(CodecStream& stream, int mode);
 int g711_ulaw_init(CodecStream& stream, int mode);
+int ima_adpcm_init(CodecStream& stream, int mode);

@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: MIT
+// IMA ADPCM, four bits a sample (IMA, "Recommended Practices for Enhancing Digital Audio Compatibility in Multimedia
+// Systems", revision 3.00, 1992).
+//
+// Kept: encoder and decoder are no mirror images. The encoder writes bare codes, the first of a pair in the high nibble;
+// the decoder takes the low nibble first, and a block header when the stream's flag says so. The encoder adds up
+// fractions of the step, the decoder multiplies, and they round differently.
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+#include "codec/codec_table.h"
+#include "codec/little_endian.h"
+
+namespace {
+
+constexpr std::int16_t default_block_bytes = 1024;
+constexpr std::int16_t pcm_bytes_per_code_byte = 4;
+constexpr std::int16_t largest_block_bytes = INT16_MAX / pcm_bytes_per_code_byte;  // its PCM still fits 16 bits
+constexpr std::int16_t coded_bits = 4;
+constexpr std::int16_t pcm_bits = 16;
+constexpr std::uint32_t header_bytes = 4;
+
+constexpr int code_sign = 8;
+constexpr int code_magnitude = 7;
+constexpr int code_bits = 4;
+constexpr int code_mask = 0x0F;
+
+// The private block; all zero at init.
+struct ImaAdpcmState {
+    std::int16_t predictor;
+    std::uint16_t step_index;  // row of step_sizes
+    std::uint16_t reserved;    // the decoder sets it to 0
+};
+static_assert(sizeof(ImaAdpcmState) == 6);
+
+// clang-format off
+constexpr std::array<int, 89> step_sizes = {
+        7,     8,     9,    10,    11,    12,    13,    14,    16,    17,
+       19,    21,    23,    25,    28,    31,    34,    37,    41,    45,
+       50,    55,    60,    66,    73,    80,    88,    97,   107,   118,
+      130,   143,   157,   173,   190,   209,   230,   253,   279,   307,
+      337,   371,   408,   449,   494,   544,   598,   658,   724,   796,
+      876,   963,  1060,  1166,  1282,  1411,  1552,  1707,  1878,  2066,
+     2272,  2499,  2749,  3024,  3327,  3660,  4026,  4428,  4871,  5358,
+     5894,  6484,  7132,  7845,  8630,  9493, 10442, 11487, 12635, 13899,
+    15289, 16818, 18500, 20350, 22385, 24623, 27086, 29794, 32767,
+};
+constexpr std::array<int, 16> index_steps = {
+    -1, -1, -1, -1, 2, 4, 6, 8,
+    -1, -1, -1, -1, 2, 4, 6, 8,
+};
+// clang-format on
+constexpr int last_step_index = step_sizes.size() - 1;
+
+static_assert(step_sizes[0] == 7 && step_sizes[last_step_index] == 32767);
+static_assert(std::ranges::is_sorted(step_sizes));
+
+// The state while a block is coded.
+struct Coder {
+    int predictor;
+    int step_index;
+};
+
+ImaAdpcmState& state_of(CodecStream& stream) {
+    return *static_cast<ImaAdpcmState*>(stream.codec_private);
+}
+
+Coder load_coder(const ImaAdpcmState& state) {
+    return {state.predictor, std::min<int>(state.step_index, last_step_index)};
+}
+
+void store_coder(ImaAdpcmState& state, const Coder& coder) {
+    state.predictor = static_cast<std::int16_t>(coder.predictor);
+    state.step_index = static_cast<std::uint16_t>(coder.step_index);
+}
+
+// Moves the predictor by the difference that the code stands for, the step index by the code's row.
+void advance(Coder& coder, int code, int difference) {
+    const int moved = (code & code_sign) != 0 ? coder.predictor - difference : coder.predictor + difference;
+    coder.predictor = std::clamp<int>(moved, INT16_MIN, INT16_MAX);
+    coder.step_index = std::clamp(coder.step_index + index_steps[static_cast<unsigned>(code)], 0, last_step_index);
+}
+
+//   offset   0           2            3          4
+//          ┌───────────┬────────────┬──────────┬───────┐
+//          │ predictor │ step index │ reserved │ codes │
+//          └───────────┴────────────┴──────────┴───────┘
+// A step index that no row has is taken as the last row.
+Coder coder_of_header(const std::uint8_t* header) {
+    return {load_sample(header), std::min<int>(header[2], last_step_index)};
+}
+
+std::int16_t decode_code(Coder& coder, int code) {
+    const int step = step_sizes[static_cast<unsigned>(coder.step_index)];
+    advance(coder, code, (((code & code_magnitude) * step) >> 2) + (step >> 3));
+    return static_cast<std::int16_t>(coder.predictor);
+}
+
+int encode_sample(Coder& coder, int sample) {
+    const int step = step_sizes[static_cast<unsigned>(coder.step_index)];
+    int rest = sample - coder.predictor;
+    int code = rest < 0 ? code_sign : 0;
+    rest = std::abs(rest);
+    int difference = step >> 3;
+    for (int bit = 4, part = step; bit > 0; bit >>= 1, part >>= 1) {
+        if (rest < part) continue;
+        code |= bit;
+        rest -= part;
+        difference += part;
+    }
+    advance(coder, code, difference);
+    return code;
+}
+
+// Each byte becomes two samples; returns the bytes written, four a code byte. With block headers on, a block that is
+// no longer than its header has no codes, and a header that is not whole leaves the state as it was.
+std::uint32_t ima_adpcm_decode(CodecStream& stream, const std::uint8_t* in, std::uint8_t* out, std::uint32_t count) {
+    ImaAdpcmState& state = state_of(stream);
+    Coder coder = load_coder(state);
+    if ((stream.flags & codec_flag_block_headers) != 0) {
+        if (count < header_bytes) return 0;
+        coder = coder_of_header(in);
+        in += header_bytes;
+        count -= header_bytes;
+    }
+    for (std::uint32_t i = 0; i < count; ++i, out += pcm_bytes_per_code_byte) {
+        store_sample(out, decode_code(coder, in[i] & code_mask));
+        store_sample(out + sample_bytes, decode_code(coder, in[i] >> code_bits));
+    }
+    store_coder(state, coder);
+    state.reserved = 0;
+    return count * pcm_bytes_per_code_byte;
+}
+
+// Each pair of samples becomes a byte, the first in the high nibble; a last odd sample has a low nibble of 0.
+// Kept: returns the number of samples, so the stream hands on twice the bytes that were coded; what follows the codes
+// is left as it is (zero in OBUFF). Kept: an odd last byte counts as one more sample and reads one byte more.
+std::uint32_t ima_adpcm_encode(CodecStream& stream, const std::uint8_t* in, std::uint8_t* out, std::uint32_t count) {
+    ImaAdpcmState& state = state_of(stream);
+    Coder coder = load_coder(state);
+    const std::uint32_t samples = samples_in(count);
+    for (std::uint32_t i = 0; i < samples; i += 2) {
+        const int high = encode_sample(coder, load_sample(in + sample_bytes * i));
+        const int low = i + 1 < samples ? encode_sample(coder, load_sample(in + sample_bytes * (i + 1))) : 0;
+        *out++ = static_cast<std::uint8_t>(high << code_bits | low);
+    }
+    store_coder(state, coder);
+    return samples;
+}
+
+}  // namespace
+
+// A block size whose PCM does not fit a 16-bit count is refused first, before anything is printed or taken.
+int ima_adpcm_init(CodecStream& stream, int mode) {
+    if (stream.block_size > largest_block_bytes) return -1;
+    codec_print_line(stream);
+    stream.codec_private = calloc(1, sizeof(ImaAdpcmState));
+    if (stream.codec_private == nullptr) {
+        std::fputs("Out of memory for ADPCM CB !\n", stderr);
+        return -1;
+    }
+
+    const bool encoding = mode == codec_mode_encode;
+    const std::int16_t code_bytes = stream.block_size >= 1 ? stream.block_size : default_block_bytes;
+    const auto pcm_bytes = static_cast<std::int16_t>(code_bytes * pcm_bytes_per_code_byte);
+    stream.encode = ima_adpcm_encode;
+    stream.decode = ima_adpcm_decode;
+    stream.ibuff_size = encoding ? pcm_bytes : code_bytes;
+    stream.obuff_size = encoding ? code_bytes : pcm_bytes;
+    stream.output_format.bits_per_sample = encoding ? coded_bits : pcm_bits;
+    return 0;
+}
