@@ -13,7 +13,7 @@ constexpr CodecEntry codec_table[] = {
     {0x0007, "G.711 U-LAW",       g711_ulaw_init},
     {0x0011, "IMA ADPCM",         ima_adpcm_init},
     {0x0016, "G.723 (ADPCM)",     nullptr},
-    {0x0031, "GSM 06.10",         nullptr},
+    {0x0031, "GSM 06.10",         gsm0610_init},
     {0x0040, "G.721 (ADPCM)",     nullptr},
     {0x0050, "MPEG",              nullptr},
     {0x0055, "MP3",               nullptr},

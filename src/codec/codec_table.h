@@ -36,3 +36,4 @@ int linear_pcm_init(CodecStream& stream, int mode);
 int g711_alaw_init(CodecStream& stream, int mode);
 int g711_ulaw_init(CodecStream& stream, int mode);
 int ima_adpcm_init(CodecStream& stream, int mode);
+int gsm0610_init(CodecStream& stream, int mode);

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: MIT
+// GSM 06.10 full rate (ETSI EN 300 961), coded by libgsm, in the layout of WAVE files: two frames in 65 bytes.
+//
+//   byte   0             32   33             65
+//        ┌─────────────┬────┬──────────────┐
+//        │ first frame │ ½½ │ second frame │      byte 32 has four bits of either frame
+//        └─────────────┴────┴──────────────┘
+#include <gsm.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "codec/codec_table.h"
+#include "codec/little_endian.h"
+
+namespace {
+
+constexpr std::size_t frame_samples = 160;
+constexpr std::uint32_t frame_pcm_bytes = frame_samples * sample_bytes;
+constexpr std::int16_t pcm_block_bytes = 2 * frame_pcm_bytes;
+constexpr std::int16_t coded_block_bytes = 65;
+constexpr std::int16_t coded_bits = 0;
+constexpr std::int16_t pcm_bits = 16;
+
+constexpr std::size_t first_half_bytes = 32;   // coded by the first call of a pair; half a byte is kept
+constexpr std::size_t second_half_bytes = 33;  // coded by the second, the half byte first
+constexpr std::size_t longest_half_bytes = 33;
+constexpr std::size_t second_frame_offset = 33;  // where the decoder finds the second frame
+
+// The private block is libgsm's coder state, a `gsm`, with its option for WAVE files on.
+gsm state_of(CodecStream& stream) {
+    return static_cast<gsm>(stream.codec_private);
+}
+
+bool in_wave_layout(gsm state) {
+    return gsm_option(state, GSM_OPT_WAV49, nullptr) != 0;
+}
+
+// Whether the frame coded last was the first of a pair.
+bool inside_a_pair(gsm state) {
+    return gsm_option(state, GSM_OPT_FRAME_INDEX, nullptr) != 0;
+}
+
+void decode_frame(gsm state, const std::uint8_t* in, std::size_t count, std::uint8_t* out) {
+    gsm_byte frame[longest_half_bytes] = {};
+    gsm_signal samples[frame_samples] = {};
+    std::memcpy(frame, in, count);
+    gsm_decode(state, frame, samples);
+    std::memcpy(out, samples, sizeof samples);
+}
+
+// Decodes the two frames of a block, whatever `count` says; returns 640. One frame and 320 when libgsm's option for WAVE
+// files has been switched off.
+std::uint32_t gsm0610_decode(CodecStream& stream, const std::uint8_t* in, std::uint8_t* out, std::uint32_t /*count*/) {
+    gsm state = state_of(stream);
+    decode_frame(state, in, second_frame_offset, out);
+    if (!in_wave_layout(state)) return frame_pcm_bytes;
+    decode_frame(state, in + second_frame_offset, coded_block_bytes - second_frame_offset, out + frame_pcm_bytes);
+    return 2 * frame_pcm_bytes;
+}
+
+// Kept: one frame a call, from the first 160 samples of the block, so that 32 and 33 bytes are coded in turn, both at the
+// start of `out`. Kept: returns `count`, so the stream hands on 640 bytes. `out` has room for 65; those that follow the
+// codes are cleared, the half byte included that libgsm keeps for the second frame.
+std::uint32_t gsm0610_encode(CodecStream& stream, const std::uint8_t* in, std::uint8_t* out, std::uint32_t count) {
+    gsm state = state_of(stream);
+    gsm_signal samples[frame_samples];
+    std::memcpy(samples, in, sizeof samples);
+    gsm_encode(state, samples, out);
+    const std::size_t coded_bytes = inside_a_pair(state) ? first_half_bytes : second_half_bytes;
+    std::memset(out + coded_bytes, 0, coded_block_bytes - coded_bytes);
+    return count;
+}
+
+gsm create_state() {
+    gsm state = gsm_create();
+    int on = 1;
+    if (state != nullptr) gsm_option(state, GSM_OPT_WAV49, &on);
+    return state;
+}
+
+}  // namespace
+
+int gsm0610_init(CodecStream& stream, int mode) {
+    codec_print_line(stream);
+    stream.codec_private = create_state();
+    if (stream.codec_private == nullptr) {
+        std::fputs("Out of memory for GSM CB !\n", stderr);
+        return -1;
+    }
+
+    const bool encoding = mode == codec_mode_encode;
+    stream.encode = gsm0610_encode;
+    stream.decode = gsm0610_decode;
+    stream.ibuff_size = encoding ? pcm_block_bytes : coded_block_bytes;
+    stream.obuff_size = encoding ? coded_block_bytes : pcm_block_bytes;
+    stream.output_format.bits_per_sample = encoding ? coded_bits : pcm_bits;
+    return 0;
+}
