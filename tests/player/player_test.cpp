@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+#include "player/player.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <cstring>
+#include <string>
+
+#include "player/program_info.h"
+#include "support/capture.h"
+
+namespace {
+
+const std::string no_device_line = "No audio devices detected.\n";
+const std::string device_line = "Using device 'Linux Audio Test'.\n";
+
+// A player whose codec stream stands, with the sound device that was asked for.
+struct AudioStart {
+    Player player;
+    int result = 0;
+    Output output;
+
+    explicit AudioStart(int sound_device) {
+        player.settings.sound_device = sound_device;
+        output_of([&] { player_start_codec(player); });
+        output = output_of([&] { result = player_start_audio(player); });
+    }
+    ~AudioStart() { audio_free(player.audio); }
+};
+
+}  // namespace
+
+TEST(ProgramInfo, TextsAreTheProgramsOwn) {
+    EXPECT_STREQ(program_info.company, "Wexcombe Corporation");
+    EXPECT_STREQ(program_info.title, "Tallis Audio Player");
+    EXPECT_STREQ(program_info.version, "1.0.7");
+    EXPECT_GT(std::strlen(program_info.notice), 0u);
+    EXPECT_EQ(sizeof program_info.company, 64u);
+    EXPECT_EQ(sizeof program_info.notice, 32u);
+    EXPECT_EQ(sizeof program_info.title, 80u);
+    EXPECT_EQ(sizeof program_info.version, 16u);
+}
+
+TEST(Banner, TitleAndVersionThenNoticeAndCompany) {
+    const Output output = output_of(print_banner);
+    EXPECT_EQ(output.out,
+              "HALCYON Tallis Audio Player V1.0.7\n" + std::string(program_info.notice) + " Wexcombe Corporation.\n\n");
+    EXPECT_EQ(output.err, "");
+}
+
+TEST(StartCodec, EncodesEightKilohertzMonoOf16BitsWithBlockHeadersFlagged) {
+    Player player;
+    int result = -1;
+    const Output output = output_of([&] { result = player_start_codec(player); });
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(output.out, "CODEC 'Linear PCM' for 1 channels at 8000 Hz with 16 bits per sample.\n");
+    EXPECT_EQ(player.stream->flags, 1);
+    EXPECT_EQ(player.stream->block_size, 0);
+    EXPECT_EQ(player.stream->input_format.channels, 1);
+    EXPECT_EQ(player.stream->input_format.bits_per_sample, 16);
+    EXPECT_EQ(player.stream->input_format.sample_rate, 8000u);
+}
+
+TEST(StartCodec, FormatWithoutACodecIsNamedOnStandardError) {
+    Player player;
+    int result = 0;
+    player.settings.format_tag = 0x0055;
+    EXPECT_EQ(output_of([&] { result = player_start_codec(player); }).err, "Sorry, format MP3 not supported !\n");
+    EXPECT_EQ(result, -1);
+    player.settings.format_tag = 0x1234;
+    EXPECT_EQ(output_of([&] { result = player_start_codec(player); }).err, "Sorry, format <1234> not supported !\n");
+    EXPECT_EQ(result, -1);
+}
+
+TEST(StartAudio, AudioLayerChoosesOnlyWhenNoDeviceWasAskedFor) {
+    unsetenv("SOUNDCARD");
+    const AudioStart chosen(-1);
+    EXPECT_EQ(chosen.result, 0);
+    EXPECT_EQ(chosen.output.out, no_device_line + device_line);
+    EXPECT_EQ(chosen.player.audio->device, 0);
+
+    const AudioStart asked_for(0);
+    EXPECT_EQ(asked_for.output.out, device_line);
+    EXPECT_EQ(asked_for.player.audio->device, 0);
+}
+
+TEST(StartAudio, DeviceByteIsTheNumberModulo256) {
+    const AudioStart start(300);
+    EXPECT_EQ(start.result, 0);
+    EXPECT_EQ(start.player.audio->device, 44);
+}

@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: MIT
+#include "player/sink.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "support/capture.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+std::string output_name_of(const std::string& path) {
+    char* name = output_name(path.c_str());
+    const std::string result = name;
+    std::free(name);
+    return result;
+}
+
+Bytes pulled() {
+    Bytes block(pcm_block_bytes, 0xEE);
+    EXPECT_EQ(pull_block(nullptr, block.data()), 320);
+    return block;
+}
+
+const Bytes silence(320, 0);
+
+}  // namespace
+
+TEST(OutputName, LastExtensionIsReplaced) {
+    EXPECT_EQ(output_name_of("rec.dvtool"), "rec.wav");
+    EXPECT_EQ(output_name_of("rec.a"), "rec.wav");
+    EXPECT_EQ(output_name_of("rec.2026.ambe"), "rec.2026.wav");
+    EXPECT_EQ(output_name_of("rec."), "rec.wav");
+}
+
+TEST(OutputName, DotInTheDirectoryCounts) {
+    EXPECT_EQ(output_name_of("dir.v/rec"), "dir.wav");
+    EXPECT_EQ(output_name_of("./rec"), ".wav");
+    EXPECT_EQ(output_name_of("../rec"), "..wav");
+}
+
+TEST(OutputName, NameWithoutADotStaysAsItIs) {
+    EXPECT_EQ(output_name_of("rec"), "rec");
+}
+
+TEST(OutputName, NameThatEndsInWavStaysAsItIs) {
+    EXPECT_EQ(output_name_of("rec.wav"), "rec.wav");
+}
+
+TEST(OutputName, NamesOfAnyLengthWork) {
+    for (const std::size_t length : {122u, 123u, 124u, 127u, 128u, 4096u, 100000u}) {
+        const std::string stem(length, 'x');
+        EXPECT_EQ(output_name_of(stem + ".dvtool"), stem + ".wav");
+        EXPECT_EQ(output_name_of(stem + "."), stem + ".wav");
+    }
+}
+
+TEST(PullBlock, EachBlockIsPulledOnceThenSilence) {
+    Player player;
+    const Bytes block(320, 0x5A);
+    play_sink.write(player, block.data());
+    EXPECT_EQ(pulled(), block);
+    EXPECT_EQ(pulled(), silence);
+    EXPECT_EQ(pulled(), silence);
+}
+
+TEST(PullBlock, BlockThatWasNotPulledIsOverwritten) {
+    Player player;
+    play_sink.write(player, Bytes(320, 1).data());
+    play_sink.write(player, Bytes(320, 2).data());
+    EXPECT_EQ(pulled(), Bytes(320, 2));
+    EXPECT_EQ(pulled(), silence);
+}
+
+TEST(PullBlock, ContextIsIgnored) {
+    int anything = 0;
+    Bytes block(320, 0xEE);
+    EXPECT_EQ(pull_block(&anything, block.data()), 320);
+    EXPECT_EQ(block, silence);
+}
+
+TEST(ConvertSink, OutputThatCannotBeCreatedIsSaid) {
+    const TempDir dir;
+    Player player;
+    output_of([&] { ASSERT_EQ(player_start_codec(player), 0); });
+    int result = 0;
+    const std::string path = dir / "missing/rec.ambe";
+    const Output output = output_of([&] { result = convert_sink.start(player, path.c_str()); });
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(output.out, " to '" + (dir / "missing/rec.wav") + "': CANNOT CREATE\n");
+    EXPECT_EQ(output.err, "Unable to create file '" + (dir / "missing/rec.wav") + "' !\n");
+    EXPECT_EQ(player.riff, nullptr);
+}
+
+TEST(ConvertSink, FileWithoutBlocksHoldsTheFormatAndNothingElse) {
+    const TempDir dir;
+    Player player;
+    output_of([&] { ASSERT_EQ(player_start_codec(player), 0); });
+    const Output output = output_of([&] {
+        ASSERT_EQ(convert_sink.start(player, (dir / "rec.ambe").c_str()), 0);
+        convert_sink.stop(player);
+    });
+    EXPECT_EQ(output.out, " to '" + (dir / "rec.wav") + "': ");
+    EXPECT_EQ(output.err, "> Closing RIFF.\n> RIFF closed.\n");
+    EXPECT_EQ(player.riff, nullptr);
+    EXPECT_EQ(read_file(dir / "rec.wav").size(), 36u);
+}
+
+TEST(ConvertSink, BlocksReachTheFileThroughTheCodecStream) {
+    const TempDir dir;
+    Player player;
+    const Bytes block(320, 0x21);
+    output_of([&] {
+        ASSERT_EQ(player_start_codec(player), 0);
+        ASSERT_EQ(convert_sink.start(player, (dir / "rec.ambe").c_str()), 0);
+        for (int i = 0; i < 4; i++) convert_sink.write(player, block.data());  // byte 1025 of 1280 sends 1024 on
+        convert_sink.stop(player);
+    });
+    const Bytes file = read_file(dir / "rec.wav");
+    ASSERT_EQ(file.size(), 44u + 1024u);
+    EXPECT_EQ(Bytes(file.begin() + 44, file.end()), Bytes(1024, 0x21));
+}
+
+TEST(PlaySink, StopIsAnnouncedOnStandardError) {
+    Player player;
+    const Output output = output_of([&] { play_sink.stop(player); });
+    EXPECT_EQ(output.out, "");
+    EXPECT_EQ(output.err, "> Stopping Audio.\n> Audio stopped.\n");
+}
