@@ -1,0 +1,400 @@
+// SPDX-License-Identifier: MIT
+// The keyboard on a pseudo-terminal whose other end presses the keys.
+#include "link/keyboard.h"
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <functional>
+
+#include "line_fixture.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class Keyboard : public LineFixture {
+  protected:
+    ~Keyboard() override {
+        reset_libc_calls();
+        output_of([] { kb_raw_off(); });
+    }
+
+    StandardInput input{pty.device()};
+};
+
+class KeyboardElsewhere : public LineFixture {};
+class KeyboardInSignal : public Keyboard {};
+
+class Pipe {
+  public:
+    Pipe() { EXPECT_EQ(pipe2(ends_.data(), O_CLOEXEC), 0); }
+    ~Pipe() {
+        close(ends_[0]);
+        close_writer();
+    }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+
+    int reader() const { return ends_[0]; }
+    void write_text(const std::string& text) const {
+        EXPECT_EQ(write(ends_[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    }
+    void close_writer() {
+        if (ends_[1] >= 0) close(ends_[1]);
+        ends_[1] = -1;
+    }
+
+  private:
+    std::array<int, 2> ends_ = {-1, -1};
+};
+
+// Runs `action` in a program of its own and returns the status that it exits with, 255 when it does not exit.
+int status_of(const std::function<int()>& action) {
+    const pid_t child = fork();
+    if (child == 0) _exit(action());
+    int status = 0;
+    while (waitpid(child, &status, WUNTRACED) == -1 && errno == EINTR) continue;
+    if (WIFEXITED(status)) return WEXITSTATUS(status);
+    kill(child, SIGKILL);
+    if (WIFSTOPPED(status)) waitpid(child, &status, 0);
+    return 255;
+}
+
+TEST_F(Keyboard, RawOnAppliesTheConsoleModeToStandardInputAtOnce) {
+    termios found = pty.state();
+    found.c_lflag = ICANON | ECHO | ECHOE | ECHOK | ECHONL | ECHOCTL | ECHOKE | NOFLSH | TOSTOP;  // and no ISIG
+    pty.set_state(found);
+    pty.set_speed(B9600);
+    reset_libc_calls();
+
+    EXPECT_EQ(kb_raw_on(), 0);
+    ASSERT_THAT(libc_calls().applied, SizeIs(1));
+    const AppliedState& applied = libc_calls().applied[0];
+    EXPECT_EQ(applied.descriptor, STDIN_FILENO);
+    EXPECT_EQ(applied.when, TCSANOW);
+    EXPECT_EQ(applied.state.c_iflag, tcflag_t{IGNPAR});
+    EXPECT_EQ(applied.state.c_oflag, tcflag_t{OPOST | ONLCR});
+    EXPECT_EQ(applied.state.c_lflag, tcflag_t{ISIG | NOFLSH | TOSTOP});
+    EXPECT_EQ(applied.state.c_cflag, 0x800004B0U | B9600);
+    for (int i = 0; i < NCCS; ++i) EXPECT_EQ(applied.state.c_cc[i], i == VMIN ? 1 : 0) << i;
+    EXPECT_EQ(applied.state.c_line, found.c_line);
+}
+
+TEST_F(Keyboard, RawOnAndOffPrintNothingWhenTheySucceed) {
+    const Output output = output_of([] {
+        EXPECT_EQ(kb_raw_on(), 0);
+        EXPECT_EQ(kb_raw_off(), 0);
+    });
+    EXPECT_EQ(output.out + output.err, "");
+}
+
+TEST_F(Keyboard, KeyComesWithoutEnterAndWithoutEcho) {
+    kb_raw_on();
+    pty.send(" ");
+    ASSERT_TRUE(pty.has_input());
+    EXPECT_EQ(kb_hit(), 1);
+    EXPECT_EQ(kb_getkey(), ' ');
+    EXPECT_THAT(pty.receive(1, 50), IsEmpty());
+}
+
+TEST_F(Keyboard, EveryByteIsAKeyCtrlCAndTheOtherControlCharactersIncluded) {
+    kb_raw_on();
+    for (int key = 0; key < 256; ++key) {
+        pty.send(bytes({key}));
+        ASSERT_TRUE(pty.has_input()) << key;
+        EXPECT_EQ(kb_getkey(), key);
+    }
+    EXPECT_EQ(kb_hit(), 0);
+}
+
+TEST_F(Keyboard, NewlineStillGoesOutAsCarriageReturnAndLineFeed) {
+    kb_raw_on();
+    ASSERT_EQ(write(pty.device(), "a\n", 2), 2);
+    EXPECT_EQ(pty.receive(3), bytes_of("a\r\n"));
+}
+
+TEST_F(Keyboard, HitReturnsZeroAtOnceWhenNoKeyIsPressed) {
+    kb_raw_on();
+    EXPECT_EQ(kb_hit(), 0);
+    EXPECT_EQ(libc_calls().reads, 0);
+}
+
+TEST_F(Keyboard, GetkeyTakesOneKeyATime) {
+    kb_raw_on();
+    pty.send("ab");
+    ASSERT_TRUE(pty.has_input());
+    EXPECT_EQ(kb_getkey(), 'a');
+    EXPECT_EQ(kb_hit(), 1);
+    EXPECT_EQ(kb_getkey(), 'b');
+    EXPECT_EQ(kb_hit(), 0);
+}
+
+TEST_F(Keyboard, GetkeyIsMinusOneWhenTheReadFails) {
+    kb_raw_on();
+    libc_calls().failures = {
+        {"read", EIO}
+    };
+    EXPECT_EQ(kb_getkey(), -1);
+}
+
+TEST_F(Keyboard, GetkeyIsMinusOneWhenTheTerminalHangsUp) {
+    kb_raw_on();
+    pty.hang_up();
+    EXPECT_EQ(kb_hit(), 1);
+    EXPECT_EQ(kb_getkey(), -1);
+}
+
+TEST_F(Keyboard, HitIsMinusOneOnError) {
+    libc_calls().failures = {
+        {"select", EBADF}
+    };
+    EXPECT_EQ(kb_hit(), -1);
+}
+
+TEST_F(Keyboard, RawOffPutsTheWholeStateBack) {
+    pty.set_speed(B1200);
+    const termios found = pty.state();
+    kb_raw_on();
+    ASSERT_FALSE(same_state(pty.state(), found));
+    reset_libc_calls();
+    EXPECT_EQ(kb_raw_off(), 0);
+    EXPECT_TRUE(same_state(pty.state(), found));
+    ASSERT_THAT(libc_calls().applied, SizeIs(1));
+    EXPECT_EQ(libc_calls().applied[0].descriptor, STDIN_FILENO);
+    EXPECT_EQ(libc_calls().applied[0].when, TCSANOW);
+}
+
+TEST_F(Keyboard, AfterRawOffTheTerminalEchoesAndWorksLineByLineAgain) {
+    kb_raw_on();
+    kb_raw_off();
+    pty.send("a");
+    EXPECT_EQ(pty.receive(1), bytes_of("a"));  // the echo
+    EXPECT_EQ(kb_hit(), 0);
+    pty.send("\n");
+    ASSERT_TRUE(pty.has_input());
+    EXPECT_EQ(kb_getkey(), 'a');
+}
+
+TEST_F(Keyboard, RawModeGoesOnAndOffForFileAfterFile) {
+    const termios found = pty.state();
+    for (int file = 0; file < 3; ++file) {
+        EXPECT_EQ(kb_raw_on(), 0);
+        EXPECT_EQ(pty.state().c_lflag & ICANON, 0U);
+        EXPECT_EQ(kb_raw_off(), 0);
+        EXPECT_TRUE(same_state(pty.state(), found));
+    }
+}
+
+TEST_F(Keyboard, RawOnThatCannotGetTheStateSaysSo) {
+    const Output output = output_of([] {
+        libc_calls().failures = {
+            {"tcgetattr", EIO}
+        };
+        EXPECT_EQ(kb_raw_on(), -1);
+    });
+    EXPECT_EQ(output.err, "KB: unable to get current state !\n");
+    EXPECT_EQ(output.out, "");
+    EXPECT_EQ(last_error(), "TIO_Gstate: 5");
+    EXPECT_THAT(libc_calls().applied, IsEmpty());
+}
+
+TEST_F(Keyboard, RawOnThatCannotSetTheStateSaysSoWithADoubledVerb) {
+    const Output output = output_of([] {
+        libc_calls().failures = {
+            {"tcsetattr", EIO}
+        };
+        EXPECT_EQ(kb_raw_on(), -1);
+    });
+    EXPECT_EQ(output.err, "KB: unable to get set new state !\n");
+    EXPECT_EQ(output.out, "");
+    EXPECT_EQ(last_error(), "TIO_Sstate: 5");
+}
+
+TEST_F(Keyboard, RawOffThatCannotRestoreTheStateSaysSo) {
+    kb_raw_on();
+    const Output output = output_of([] {
+        libc_calls().failures = {
+            {"tcsetattr", EIO}
+        };
+        EXPECT_EQ(kb_raw_off(), -1);
+    });
+    EXPECT_EQ(output.err, "KB: unable to restore state !\n");
+    EXPECT_EQ(output.out, "");
+    EXPECT_EQ(last_error(), "TIO_Sstate: 5");
+}
+
+// Exits with 0 when raw mode off, of either kind, succeeds and leaves the terminal alone.
+[[noreturn]] void exit_after_raw_off() {
+    const int result = kb_raw_off();
+    kb_raw_off_in_signal();
+    _exit(result == 0 && libc_calls().applied.empty() ? 0 : 1);
+}
+
+[[noreturn]] void exit_after_failed_raw_on() {
+    libc_calls().failures = {
+        {"tcgetattr", EIO}
+    };
+    kb_raw_on();
+    exit_after_raw_off();
+}
+
+// A saved state stays for the rest of a program, so these two are programs of their own.
+TEST_F(Keyboard, RawOffBeforeAnyRawOnTouchesNothing) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(exit_after_raw_off(), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(Keyboard, RawOffAfterARawOnThatSavedNothingTouchesNothing) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(exit_after_failed_raw_on(), testing::ExitedWithCode(0), "^KB: unable to get current state !\n$");
+}
+
+TEST_F(KeyboardElsewhere, StandardInputFromAFileIsAcceptedInSilenceAndReadToItsEnd) {
+    const TempDir dir;
+    write_file(dir / "keys", bytes_of("q"));
+    const int file = open((dir / "keys").c_str(), O_RDONLY | O_CLOEXEC);
+    const StandardInput input(file);
+    const Output output = output_of([] {
+        EXPECT_EQ(kb_raw_on(), 0);
+        EXPECT_EQ(kb_hit(), 1);
+        EXPECT_EQ(kb_getkey(), 'q');
+        EXPECT_EQ(kb_hit(), 1);  // the end counts as input
+        EXPECT_EQ(kb_getkey(), -1);
+        EXPECT_EQ(kb_raw_off(), 0);
+    });
+    EXPECT_EQ(output.out + output.err, "");
+    close(file);
+}
+
+TEST_F(KeyboardElsewhere, StandardInputFromAPipeIsAcceptedInSilence) {
+    Pipe pipe;
+    const StandardInput input(pipe.reader());
+    const Output output = output_of([&pipe] {
+        EXPECT_EQ(kb_raw_on(), 0);
+        EXPECT_EQ(kb_hit(), 0);
+        pipe.write_text("\xFF");
+        EXPECT_EQ(kb_hit(), 1);
+        EXPECT_EQ(kb_getkey(), 255);
+        pipe.close_writer();
+        EXPECT_EQ(kb_hit(), 1);
+        EXPECT_EQ(kb_getkey(), -1);
+        EXPECT_EQ(kb_raw_off(), 0);
+    });
+    EXPECT_EQ(output.out + output.err, "");
+}
+
+TEST_F(KeyboardElsewhere, StandardInputFromDevNullIsAcceptedInSilence) {
+    const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
+    const StandardInput input(null);
+    const Output output = output_of([] {
+        EXPECT_EQ(kb_raw_on(), 0);
+        EXPECT_EQ(kb_getkey(), -1);
+        EXPECT_EQ(kb_raw_off(), 0);
+    });
+    EXPECT_EQ(output.out + output.err, "");
+    close(null);
+}
+
+TEST_F(KeyboardElsewhere, ClosedStandardInputIsTold) {
+    const StandardInput input(pty.device());
+    const Output output = output_of([] {
+        close(STDIN_FILENO);
+        EXPECT_EQ(kb_raw_on(), -1);
+        EXPECT_EQ(kb_hit(), -1);
+        EXPECT_EQ(kb_getkey(), -1);
+    });
+    EXPECT_EQ(output.err, "KB: unable to get current state !\n");
+    EXPECT_EQ(last_error(), "TIO_Gstate: 9");
+}
+
+void restore_in_handler(int) {
+    kb_raw_off_in_signal();
+}
+
+TEST_F(KeyboardInSignal, PutsTheTerminalBackFromAHandler) {
+    const termios found = pty.state();
+    kb_raw_on();
+    signal(SIGUSR1, restore_in_handler);
+    raise(SIGUSR1);
+    EXPECT_TRUE(same_state(pty.state(), found));
+    signal(SIGUSR1, SIG_DFL);
+}
+
+TEST_F(KeyboardInSignal, LeavesErrnoAndTheErrorTextAsTheyWereAndPrintsNothing) {
+    kb_raw_on();
+    const std::string text_before = last_error();
+    const Output output = output_of([] {
+        libc_calls().failures = {
+            {"tcsetattr", EIO}
+        };
+        errno = ERANGE;
+        kb_raw_off_in_signal();
+        EXPECT_EQ(errno, ERANGE);
+    });
+    EXPECT_EQ(output.out + output.err, "");
+    EXPECT_EQ(last_error(), text_before);
+}
+
+TEST_F(KeyboardInSignal, DoesNothingOutsideRawMode) {
+    kb_raw_on();
+    kb_raw_off();
+    reset_libc_calls();
+    kb_raw_off_in_signal();
+    EXPECT_THAT(libc_calls().applied, IsEmpty());
+}
+
+TEST_F(KeyboardInSignal, TriesAgainAfterARawOffThatFailed) {
+    const termios found = pty.state();
+    kb_raw_on();
+    libc_calls().failures = {
+        {"tcsetattr", EIO}
+    };
+    output_of([] { kb_raw_off(); });
+    reset_libc_calls();
+    kb_raw_off_in_signal();
+    EXPECT_TRUE(same_state(pty.state(), found));
+}
+
+TEST_F(KeyboardInSignal, DoesNothingWhenStandardInputIsNoTerminal) {
+    const Pipe pipe;
+    const StandardInput other_input(pipe.reader());
+    kb_raw_on();
+    reset_libc_calls();
+    kb_raw_off_in_signal();
+    EXPECT_THAT(libc_calls().applied, IsEmpty());
+}
+
+// In a session of its own whose terminal is `pty`, with the caller in raw mode and another group in the foreground.
+int restored_from_background(Pty& pty) {
+    if (setsid() == -1 || ioctl(pty.device(), TIOCSCTTY, 0) == -1) return 2;
+    const termios found = pty.state();
+    if (kb_raw_on() != 0) return 3;
+    const pid_t other = fork();
+    if (other == 0) {
+        pause();
+        _exit(0);
+    }
+    sigset_t stop_on_output;
+    sigemptyset(&stop_on_output);
+    sigaddset(&stop_on_output, SIGTTOU);
+    sigprocmask(SIG_BLOCK, &stop_on_output, nullptr);
+    setpgid(other, other);
+    const bool in_background = tcsetpgrp(pty.device(), other) == 0 && tcgetpgrp(pty.device()) != getpgrp();
+    kb_raw_off_in_signal();
+    const bool restored = same_state(pty.state(), found);
+    kill(other, SIGKILL);
+    waitpid(other, nullptr, 0);
+    return in_background && restored ? 0 : 4;
+}
+
+TEST_F(KeyboardInSignal, PutsTheTerminalBackFromTheBackgroundWhenTheStopSignalIsBlocked) {
+    EXPECT_EQ(status_of([this] { return restored_from_background(pty); }), 0);
+}
+
+}  // namespace

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+// A line on a pseudo-terminal, with the room's process-wide state put back to its beginning around each test.
+#pragma once
+
+#include <errno.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "libc_calls.h"
+#include "link/tio.h"
+#include "support/capture.h"
+#include "support/pty.h"
+
+class LineFixture : public testing::Test {
+  protected:
+    LineFixture() { put_back(); }
+    ~LineFixture() override { put_back(); }
+
+    // Opens the line; what that took of the C library is then forgotten.
+    int open_line() {
+        const int descriptor = tio_open(pty.path().c_str());
+        EXPECT_GT(descriptor, 0);
+        reset_libc_calls();
+        return descriptor;
+    }
+
+    static std::string last_error() { return tio_last_error(); }
+    static tcflag_t control_flags() { return tio_working_state()->c_cflag; }
+
+    Pty pty;
+
+  private:
+    static void put_back() {
+        reset_libc_calls();
+        tio_close();
+        tio_timeout(0);
+        alarm(0);
+        signal(SIGALRM, SIG_DFL);
+        reset_libc_calls();
+    }
+};
+
+// Two states alike in all that the system keeps.
+inline bool same_state(const termios& a, const termios& b) {
+    return a.c_iflag == b.c_iflag && a.c_oflag == b.c_oflag && a.c_cflag == b.c_cflag && a.c_lflag == b.c_lflag &&
+           a.c_line == b.c_line && memcmp(a.c_cc, b.c_cc, sizeof a.c_cc) == 0;
+}
