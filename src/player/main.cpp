@@ -14,6 +14,7 @@ constexpr int status_no_set_up = 255;
 }  // namespace
 
 int main(int argc, char** argv) {
+    open_missing_standard_streams();
     static Player player;
     settings_read_environment(player.settings);
     int operand = settings_read_options(player.settings, argc, argv);

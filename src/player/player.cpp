@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "player/player.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 
 #include "player/program_info.h"
@@ -12,6 +15,13 @@ constexpr int report_missing_device = 1;
 constexpr int audio_mode_playback = 1;
 
 }  // namespace
+
+void open_missing_standard_streams() {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        // The lowest free descriptor is taken, and those below are open by now.
+        if (fcntl(descriptor, F_GETFD) < 0) open("/dev/null", O_RDWR);
+    }
+}
 
 void print_banner() {
     std::printf("HALCYON %s V%s\n", program_info.title, program_info.version);

@@ -20,6 +20,10 @@ struct Player {
     std::uint8_t packet[ambe_packet_bytes] = {};
 };
 
+// Opens /dev/null on each of the descriptors 0, 1 and 2 that the program was started without, so that no recording and
+// no WAVE file is taken for the console.
+void open_missing_standard_streams();
+
 // Two lines on standard output: title and version, then whose program it is.
 void print_banner();
 
