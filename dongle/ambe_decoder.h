@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+// A whole AMBE 3600x2400 decoder: 12 bytes in, 160 samples out, and what to do with frames that the channel has damaged.
+//
+// All state is in one record that the caller owns; nothing is allocated and nothing is global, so the same frames
+// give the same samples wherever and however often they are decoded.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "ambe_frame.h"
+#include "speech_model.h"
+
+constexpr int frame_samples = 160;  // 20 ms at 8000 Hz
+
+enum class FrameAction { voice, silence, tone, repeat, mute };
+
+struct DecoderCounts {
+    long frames;          // decoded so far
+    long corrected_bits;  // in words that could be corrected
+    long repeated, muted;
+};
+
+struct AmbeDecoder {
+    SpeechModel model;   // of the last voice or silence frame, as decoded
+    AmbeFrame frame;     // the last frame
+    FrameAction action;  // what was made of it
+    float error_rate;    // ER, an estimate of the channel's bit error rate
+    int bad_frames;      // in a row
+    DecoderCounts counts;
+};
+
+// Start of a recording.
+void ambe_decoder_start(AmbeDecoder& decoder);
+
+// Decodes one frame into 160 samples, -32767 to 32767. They lead from the middle of the frame before to the middle of
+// this one.
+void ambe_decode(AmbeDecoder& decoder, std::span<const std::uint8_t, ambe_frame_size> bytes,
+                 std::span<std::int16_t, frame_samples> samples);
+
+// "voice", "silence", "tone", "repeat" or "mute".
+const char* frame_action_name(FrameAction action);
