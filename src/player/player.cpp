@@ -17,7 +17,7 @@ constexpr int audio_mode_playback = 1;
 }  // namespace
 
 void open_missing_standard_streams() {
-    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; descriptor++) {
         // The lowest free descriptor is taken, and those below are open by now.
         if (fcntl(descriptor, F_GETFD) < 0) open("/dev/null", O_RDWR);
     }
