@@ -1,0 +1,42 @@
+# SPDX-License-Identifier: MIT
+# Where everything goes. The software dongle stands in a directory of its own, where only quaver looks for it.
+set(quaver_libdir ${CMAKE_INSTALL_LIBDIR})
+# Debian's directory for the libraries of one kind of machine, under /usr/local too: a package is made from the same build.
+if(quaver_libdir STREQUAL "lib" AND CMAKE_LIBRARY_ARCHITECTURE)
+    set(quaver_libdir lib/${CMAKE_LIBRARY_ARCHITECTURE})
+endif()
+set(QUAVER_PRIVATE_LIBDIR ${quaver_libdir}/quaver)
+file(RELATIVE_PATH quaver_libdir_from_bindir /${CMAKE_INSTALL_BINDIR} /${QUAVER_PRIVATE_LIBDIR})
+
+# RUNPATH, so that LD_LIBRARY_PATH goes before it; relative, so that the tree can stand anywhere.
+if(QUAVER_DONGLE_LIBRARY)
+    get_filename_component(quaver_dongle_directory ${QUAVER_DONGLE_LIBRARY} DIRECTORY)
+    set_target_properties(quaver PROPERTIES INSTALL_RPATH ${quaver_dongle_directory})
+else()
+    set_target_properties(quaver PROPERTIES INSTALL_RPATH $ORIGIN/${quaver_libdir_from_bindir})
+    install(TARGETS dongle LIBRARY DESTINATION ${QUAVER_PRIVATE_LIBDIR})
+endif()
+target_link_options(quaver PRIVATE -Wl,--enable-new-dtags)
+install(TARGETS quaver RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+
+# quaver_install_compressed(<file> <name> <directory>): as <directory>/<name>.gz, without a time stamp inside.
+function(quaver_install_compressed file name directory)
+    set(compressed ${PROJECT_BINARY_DIR}/install/${name}.gz)
+    add_custom_command(OUTPUT ${compressed}
+                       COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/install
+                       COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/${file} > ${compressed}
+                       DEPENDS ${PROJECT_SOURCE_DIR}/${file} VERBATIM)
+    add_custom_target(compressed_${name} ALL DEPENDS ${compressed})
+    install(FILES ${compressed} DESTINATION ${directory})
+endfunction()
+
+quaver_install_compressed(docs/quaver.1 quaver.1 ${CMAKE_INSTALL_MANDIR}/man1)
+quaver_install_compressed(CHANGELOG.md changelog ${CMAKE_INSTALL_DOCDIR})
+quaver_install_compressed(packaging/debian/changelog changelog.Debian ${CMAKE_INSTALL_DOCDIR})
+
+install(FILES packaging/completions/quaver DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+install(FILES packaging/udev/60-quaver.rules DESTINATION lib/udev/rules.d)
+install(FILES README.md docs/architecture.md docs/software-dongle.md packaging/debian/copyright
+        DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES samples/README.md samples/greeting.dvtool samples/counting.dvtool samples/greeting.ambe
+        DESTINATION ${CMAKE_INSTALL_DOCDIR}/samples)

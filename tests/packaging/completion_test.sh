@@ -1,0 +1,41 @@
+#!/bin/bash
+# SPDX-License-Identifier: MIT
+# What Tab offers after a few beginnings of a command line.
+set -u
+# shellcheck source=/dev/null
+source "$1"
+failures=0
+
+# offers <expected words> <word>...: completes the last of the words.
+offers() {
+    local expected=$1
+    shift
+    COMP_WORDS=("$@")
+    COMP_CWORD=$(($# - 1))
+    COMPREPLY=()
+    _quaver
+    if [ "${COMPREPLY[*]}" != "$expected" ]; then
+        echo "after '$*': offered '${COMPREPLY[*]}', expected '$expected'"
+        failures=$((failures + 1))
+    fi
+}
+
+directory=$(mktemp -d)
+trap 'rm -rf "$directory"' EXIT
+cd "$directory" || exit 1
+touch 'evening news.dvtool' evening.ambe evening.txt other
+mkdir evenings
+
+offers "-d -v -D -R -W -F -p -s" quaver -
+offers "pcm ulaw alaw adpcm gsm" quaver -W -F ""
+offers "alaw adpcm" quaver -W -F a
+offers "-Fgsm" quaver -W -Fg
+offers "-WFulaw" quaver -WFu
+offers "pcm" quaver -dRWF p
+offers "230400" quaver -s 23
+offers "-s115200" quaver -s11
+offers "evening news.dvtool evening.ambe evenings" quaver -W even
+offers "other" quaver -W ot
+offers "" quaver -W nothing-like-it
+
+[ "$failures" -eq 0 ]

@@ -1,0 +1,40 @@
+#!/bin/bash
+# SPDX-License-Identifier: MIT
+# Installs the built tree below a temporary directory and converts a sample with what was installed there: the program must
+# find its library by the relative RUNPATH, wherever the tree stands.
+#
+#   install_test.sh <cmake> <build directory> <source directory>
+set -eu
+cmake=$1 build=$2 source=$3
+directory=$(mktemp -d)
+trap 'rm -rf "$directory"' EXIT
+
+"$cmake" --install "$build" --prefix "$directory/usr" >/dev/null
+cd "$directory"
+
+check() {
+    "$@" || { echo "failed: $*"; exit 1; }
+}
+
+for file in bin/quaver share/man/man1/quaver.1.gz share/bash-completion/completions/quaver \
+    lib/udev/rules.d/60-quaver.rules share/doc/quaver/README.md share/doc/quaver/copyright \
+    share/doc/quaver/samples/greeting.dvtool; do
+    check test -s "usr/$file"
+done
+check test "$(find usr -name 'libdongle-x86-64.so' -path '*/quaver/*' | wc -l)" -eq 1
+
+runpath=$(readelf -d usr/bin/quaver | grep -E 'RUNPATH|RPATH')
+# shellcheck disable=SC2016  # $ORIGIN stands there to the letter
+case $runpath in
+*RUNPATH*'[$ORIGIN/../lib'*'/quaver]'*) ;;
+*) echo "not a relative RUNPATH: $runpath"; exit 1 ;;
+esac
+check cmp -s "$source/docs/quaver.1" <(gzip -dc usr/share/man/man1/quaver.1.gz)
+
+# The tree is moved: nothing in it may remember where it was installed or built.
+mv usr elsewhere
+cp elsewhere/share/doc/quaver/samples/greeting.dvtool voice.dvtool
+LD_LIBRARY_PATH='' elsewhere/bin/quaver -W voice.dvtool </dev/null >out 2>err || { cat out err; exit 1; }
+check grep -q 'DONE$' out
+# 336 frames, the closing one not answered in time, in blocks of 1024 bytes of which the last stays behind.
+check test "$(stat -c %s voice.wav)" -eq $((44 + (335 * 320 - 1) / 1024 * 1024))
