@@ -1,0 +1,249 @@
+// SPDX-License-Identifier: MIT
+#include "audio/audio.h"
+
+#include <gmock/gmock.h>
+
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "support/capture.h"
+
+namespace {
+
+// The linker sends the code under test's calloc and free here.
+struct Heap {
+    bool callocs_fail = false;
+    bool log_frees = false;
+    std::vector<void*> freed;
+} heap;
+
+constexpr const char* no_device_line = "No audio devices detected.\n";
+
+int silent_pull(void*, std::uint8_t* block) {
+    std::memset(block, 0, 320);
+    return 320;
+}
+
+// audio_detect with SOUNDCARD set to `soundcard`, or unset when that is null.
+int detected(const char* soundcard, int report, Output* output) {
+    if (soundcard != nullptr) {
+        setenv("SOUNDCARD", soundcard, 1);
+    } else {
+        unsetenv("SOUNDCARD");
+    }
+    int device = -99;
+    *output = output_of([&] { device = audio_detect(report); });
+    EXPECT_EQ(output->err, "");
+    return device;
+}
+
+// What audio_free gives back, in order; the blocks themselves are then gone.
+std::vector<void*> freed_with(AudioControl* control) {
+    heap.freed.clear();
+    heap.freed.reserve(8);
+    heap.log_frees = true;
+    const int result = audio_free(control);
+    heap.log_frees = false;
+    EXPECT_EQ(result, 0);
+    return heap.freed;
+}
+
+class AudioLayer : public testing::Test {
+  protected:
+    ~AudioLayer() override {
+        if (control != nullptr) audio_free(control);
+    }
+
+    AudioControl* control = audio_alloc(3);
+};
+
+void expect_as_allocated(const AudioControl& control) {
+    EXPECT_EQ(control.device, 3);
+    EXPECT_EQ(control.attached, 0);
+    EXPECT_EQ(control.second_flag, 0);
+    EXPECT_EQ(control.buffer, nullptr);
+    EXPECT_EQ(control.count, 12u);
+    EXPECT_EQ(control.callback, nullptr);
+    EXPECT_EQ(control.callback_data, nullptr);
+    EXPECT_STREQ(control.name, "Linux Audio Test");
+}
+
+}  // namespace
+
+extern "C" {
+
+void* __real_calloc(std::size_t count, std::size_t size);
+void __real_free(void* block);
+
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+    return heap.callocs_fail ? nullptr : __real_calloc(count, size);
+}
+
+void __wrap_free(void* block) {
+    if (heap.log_frees && block != nullptr) heap.freed.push_back(block);
+    __real_free(block);
+}
+
+}  // extern "C"
+
+// --- audio_detect
+
+TEST(AudioDetect, UnsetSoundcardWithReportSaysSoAndGivesDeviceZero) {
+    Output output;
+    EXPECT_EQ(detected(nullptr, 1, &output), 0);
+    EXPECT_EQ(output.out, no_device_line);
+}
+
+TEST(AudioDetect, UnsetSoundcardWithoutReportIsSilent) {
+    Output output;
+    EXPECT_EQ(detected(nullptr, 0, &output), 0);
+    EXPECT_EQ(output.out, "");
+}
+
+TEST(AudioDetect, AnyReportFlagButZeroReports) {
+    Output output;
+    EXPECT_EQ(detected(nullptr, -1, &output), 0);
+    EXPECT_EQ(output.out, no_device_line);
+}
+
+TEST(AudioDetect, SoundcardThreeIsDeviceThreeWithoutAMessage) {
+    Output output;
+    EXPECT_EQ(detected("3", 1, &output), 3);
+    EXPECT_EQ(output.out, "");
+}
+
+TEST(AudioDetect, NegativeSoundcardIsReturned) {
+    Output output;
+    EXPECT_EQ(detected("-1", 1, &output), -1);
+    EXPECT_EQ(output.out, "");
+    EXPECT_EQ(detected(" -7 and more", 1, &output), -7);
+    EXPECT_EQ(output.out, "");
+}
+
+TEST(AudioDetect, SoundcardThatIsNoNumberOrZeroOrEmptyIsAsIfUnset) {
+    for (const char* text : {"abc", "0", "", "x3", "-0"}) {
+        Output output;
+        EXPECT_EQ(detected(text, 1, &output), 0) << text;
+        EXPECT_EQ(output.out, no_device_line) << text;
+        EXPECT_EQ(detected(text, 0, &output), 0) << text;
+        EXPECT_EQ(output.out, "") << text;
+    }
+}
+
+TEST(AudioDetect, SoundcardIsReadInBaseTen) {
+    Output output;
+    EXPECT_EQ(detected("010", 1, &output), 10);
+    EXPECT_EQ(detected("0x10", 1, &output), 0);  // the 0 alone
+    EXPECT_EQ(output.out, no_device_line);
+    EXPECT_EQ(detected("12abc", 1, &output), 12);
+}
+
+TEST(AudioDetect, SoundcardIsNotCutToAByte) {
+    Output output;
+    EXPECT_EQ(detected("300", 1, &output), 300);
+}
+
+// --- audio_alloc and audio_free
+
+TEST_F(AudioLayer, NewRecordHoldsDeviceCountAndNameAndIsZeroElse) {
+    expect_as_allocated(*control);
+}
+
+TEST_F(AudioLayer, NameIsFilledUpWithZeros) {
+    static_assert(sizeof control->name == 64);
+    EXPECT_EQ(std::memcmp(control->name, "Linux Audio Test", 16), 0);
+    for (std::size_t i = 16; i < 64; ++i) EXPECT_EQ(control->name[i], '\0') << i;
+}
+
+TEST_F(AudioLayer, FieldsStandInTheirOrder) {
+    static_assert(offsetof(AudioControl, device) == 0 && offsetof(AudioControl, attached) == 1);
+    static_assert(offsetof(AudioControl, second_flag) == 2);
+    static_assert(offsetof(AudioControl, buffer) < offsetof(AudioControl, count));
+    static_assert(offsetof(AudioControl, count) < offsetof(AudioControl, callback));
+    static_assert(offsetof(AudioControl, callback) < offsetof(AudioControl, callback_data));
+    static_assert(offsetof(AudioControl, callback_data) < offsetof(AudioControl, name));
+}
+
+TEST(AudioAlloc, DeviceNumberIsKeptModulo256) {
+    const struct {
+        int number;
+        int kept;
+    } cases[] = {
+        {0,    0  },
+        {255,  255},
+        {256,  0  },
+        {300,  44 },
+        {-1,   255},
+        {-300, 212}
+    };
+    for (const auto& [number, kept] : cases) {
+        AudioControl* control = audio_alloc(number);
+        ASSERT_NE(control, nullptr);
+        EXPECT_EQ(control->device, kept) << number;
+        audio_free(control);
+    }
+}
+
+TEST(AudioAlloc, NoMemoryIsReported) {
+    AudioControl* control = nullptr;
+    const Output output = output_of([&] {
+        heap.callocs_fail = true;
+        control = audio_alloc(0);
+        heap.callocs_fail = false;
+    });
+    EXPECT_EQ(control, nullptr);
+    EXPECT_EQ(output.err, "MCI: out of memory for Audio control !\n");
+    EXPECT_EQ(output.out, "");
+}
+
+TEST(AudioFree, RecordWithoutABufferIsAllThatIsFreed) {
+    AudioControl* control = audio_alloc(0);
+    EXPECT_THAT(freed_with(control), testing::ElementsAre(control));
+}
+
+TEST(AudioFree, BufferIsFreedBeforeTheRecord) {
+    AudioControl* control = audio_alloc(0);
+    control->buffer = static_cast<std::uint8_t*>(std::malloc(16));
+    void* buffer = control->buffer;
+    EXPECT_THAT(freed_with(control), testing::ElementsAre(buffer, control));
+}
+
+// --- the device operations
+
+TEST_F(AudioLayer, StubsSucceedAndLeaveTheRecordAsItIs) {
+    const Output output = output_of([&] {
+        EXPECT_EQ(audio_format(control, 2, 44100L, 8), 0);
+        EXPECT_EQ(audio_open(control, 1), 0);
+        EXPECT_EQ(audio_stop(control), 0);
+    });
+    EXPECT_EQ(output.out, "");
+    EXPECT_EQ(output.err, "");
+    expect_as_allocated(*control);
+}
+
+TEST_F(AudioLayer, StartNeitherKeepsNorCallsTheCallback) {
+    EXPECT_EQ(audio_start(control, silent_pull, control), 0);
+    expect_as_allocated(*control);
+}
+
+TEST_F(AudioLayer, AttachKeepsCallbackAndDataAndMarksTheRecord) {
+    control->second_flag = 9;
+    int data = 0;
+    EXPECT_EQ(audio_attach(control, silent_pull, &data), 0);
+    EXPECT_EQ(control->callback, silent_pull);
+    EXPECT_EQ(control->callback_data, &data);
+    EXPECT_EQ(control->attached, 1);
+    EXPECT_EQ(control->second_flag, 0);
+    EXPECT_EQ(control->device, 3);
+    EXPECT_EQ(control->count, 12u);
+}
+
+TEST_F(AudioLayer, StartLeavesAnAttachedCallbackInPlace) {
+    int data = 0;
+    audio_attach(control, silent_pull, &data);
+    EXPECT_EQ(audio_start(control, nullptr, nullptr), 0);
+    EXPECT_EQ(control->callback, silent_pull);
+    EXPECT_EQ(control->callback_data, &data);
+}
