@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: MIT
+//
+// Memory that runs out, at every request of a creation. The linker puts the functions below before the allocator.
+#include <gsm.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+#include "codec/codec_stream.h"
+#include "support/capture.h"
+
+namespace {
+
+// While a creation runs its requests are counted, and the one with the number `failing` fails (0: none).
+struct Requests {
+    bool counted;
+    int failing;
+    int made;
+    std::array<void*, 16> live;  // also keeps what is never released in sight of the leak check
+};
+Requests requests;
+
+bool next_fails() {
+    return requests.counted && ++requests.made == requests.failing;
+}
+
+void* keep(void* memory) {
+    if (!requests.counted || memory == nullptr) return memory;
+    *std::ranges::find(requests.live, nullptr) = memory;
+    return memory;
+}
+
+void forget(const void* memory) {
+    if (memory == nullptr) return;
+    const auto place = std::ranges::find(requests.live, memory);
+    if (place != requests.live.end()) *place = nullptr;
+}
+
+}  // namespace
+
+extern "C" {
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __real_malloc(std::size_t size);
+void __real_free(void* memory);
+gsm __real_gsm_create();
+
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+    return next_fails() ? nullptr : keep(__real_calloc(count, size));
+}
+void* __wrap_malloc(std::size_t size) {
+    return next_fails() ? nullptr : keep(__real_malloc(size));
+}
+void __wrap_free(void* memory) {
+    forget(memory);
+    __real_free(memory);
+}
+gsm __wrap_gsm_create() {
+    return next_fails() ? nullptr : static_cast<gsm>(keep(__real_gsm_create()));
+}
+}
+
+namespace {
+
+constexpr PcmFormat telephone_pcm = {1, 16, 8000};
+
+struct Creation {
+    CodecStream* stream;
+    Output output;
+    int requests_made;
+    long still_held;
+};
+
+Creation create(std::uint32_t tag, int failing, int mode = codec_mode_encode, std::int16_t block_size = 0) {
+    Creation result = {};
+    requests = {};
+    result.output = output_of([&] {
+        requests.counted = true;
+        requests.failing = failing;
+        result.stream = codec_stream_create(tag, mode, &telephone_pcm, block_size);
+        requests.counted = false;
+    });
+    result.requests_made = requests.made;
+    result.still_held = std::ssize(requests.live) - std::ranges::count(requests.live, nullptr);
+    return result;
+}
+
+void expect_failure(const Creation& creation, const char* out, const char* err, int held) {
+    EXPECT_EQ(creation.stream, nullptr);
+    EXPECT_EQ(creation.output.out, out);
+    EXPECT_EQ(creation.output.err, err);
+    EXPECT_EQ(creation.still_held, held);
+}
+
+constexpr char pcm_line[] = "CODEC 'Linear PCM' for 1 channels at 8000 Hz with 16 bits per sample.\n";
+constexpr char alaw_line[] = "CODEC 'G.711 A-LAW' for 1 channels at 8000 Hz with 16 bits per sample.\n";
+constexpr char ulaw_line[] = "CODEC 'G.711 U-LAW' for 1 channels at 8000 Hz with 16 bits per sample.\n";
+constexpr char adpcm_line[] = "CODEC 'IMA ADPCM' for 1 channels at 8000 Hz with 16 bits per sample.\n";
+constexpr char gsm_line[] = "CODEC 'GSM 06.10' for 1 channels at 8000 Hz with 16 bits per sample.\n";
+
+// A law's maps are built once in a process: the steps of one law stand in one test, in their order.
+void run_out_at_every_step_of_a_law(std::uint32_t tag, const char* line) {
+    expect_failure(create(tag, 1), "", "Out of memory for codec stream !\n", 0);
+    expect_failure(create(tag, 2), line, "Out of memory for LAW CB !\n", 0);
+    // Kept: the private block stays taken. Requests are the record, the private block, the encode map, the decode map.
+    expect_failure(create(tag, 3), line, "Out of memory for LAW Encode Map !\n", 1);
+    // The encode map was asked for again: it stays, beside the private block.
+    expect_failure(create(tag, 4), line, "Out of memory for LAW Decode Map !\n", 2);
+    // Now the encode map is there: only the decode map is asked for, then the buffers. Private block and map stay.
+    expect_failure(create(tag, 4), line, "Out of memory for IBUFF of 2048 !\n", 2);
+    // Both maps are there.
+    expect_failure(create(tag, 4), line, "Out of memory for OBUFF of 1024 !\n", 1);
+
+    const Creation whole = create(tag, 0);
+    ASSERT_NE(whole.stream, nullptr);
+    EXPECT_EQ(whole.requests_made, 4);
+    EXPECT_EQ(whole.output.err, "");
+
+    // Negative one in the first byte pair, 0 in the second: the maps work.
+    const std::uint8_t pcm[4] = {0xFF, 0xFF, 0, 0};
+    std::uint8_t codes[2] = {};
+    EXPECT_EQ(whole.stream->encode(*whole.stream, pcm, codes, 4), 2u);
+    EXPECT_EQ(codes[0], tag == 0x0006 ? 0x55 : 0x7F);
+    EXPECT_EQ(codes[1], tag == 0x0006 ? 0xD5 : 0xFF);
+}
+
+}  // namespace
+
+TEST(CodecMemory, LinearPcmRunsOutAtEveryRequest) {
+    expect_failure(create(0x0001, 1), "", "Out of memory for codec stream !\n", 0);
+    expect_failure(create(0x0001, 2), pcm_line, "Out of memory for IBUFF of 1024 !\n", 0);
+    const Creation whole = create(0x0001, 0);
+    EXPECT_NE(whole.stream, nullptr);
+    EXPECT_EQ(whole.requests_made, 2);
+}
+
+TEST(CodecMemory, AlawRunsOutAtEveryRequestAndAMissingMapIsTriedAgain) {
+    run_out_at_every_step_of_a_law(0x0006, alaw_line);
+}
+
+TEST(CodecMemory, UlawRunsOutAtEveryRequestAndAMissingMapIsTriedAgain) {
+    run_out_at_every_step_of_a_law(0x0007, ulaw_line);
+}
+
+TEST(CodecMemory, ImaAdpcmRunsOutAtEveryRequest) {
+    expect_failure(create(0x0011, 1), "", "Out of memory for codec stream !\n", 0);
+    expect_failure(create(0x0011, 2), adpcm_line, "Out of memory for ADPCM CB !\n", 0);
+    expect_failure(create(0x0011, 3), adpcm_line, "Out of memory for IBUFF of 4096 !\n", 1);
+    expect_failure(create(0x0011, 4), adpcm_line, "Out of memory for OBUFF of 1024 !\n", 1);
+    expect_failure(create(0x0011, 3, 0, 100), adpcm_line, "Out of memory for IBUFF of 100 !\n", 1);
+    expect_failure(create(0x0011, 4, 0, 100), adpcm_line, "Out of memory for OBUFF of 400 !\n", 1);
+    const Creation whole = create(0x0011, 0);
+    EXPECT_NE(whole.stream, nullptr);
+    EXPECT_EQ(whole.requests_made, 4);
+}
+
+TEST(CodecMemory, Gsm0610RunsOutAtEveryRequest) {
+    expect_failure(create(0x0031, 1), "", "Out of memory for codec stream !\n", 0);
+    expect_failure(create(0x0031, 2), gsm_line, "Out of memory for GSM CB !\n", 0);
+    expect_failure(create(0x0031, 3), gsm_line, "Out of memory for IBUFF of 640 !\n", 1);
+    expect_failure(create(0x0031, 4), gsm_line, "Out of memory for OBUFF of 65 !\n", 1);
+    EXPECT_NE(create(0x0031, 0).stream, nullptr);
+}
+
+TEST(CodecMemory, BlockSizeThatIsRefusedTakesNothingForGood) {
+    const Creation refused = create(0x0011, 0, codec_mode_encode, 8192);
+    expect_failure(refused, "", "", 0);
+    EXPECT_EQ(refused.requests_made, 1);  // the record, which is released
+}
+
+TEST(CodecMemory, UnsupportedTagAsksForNothing) {
+    for (const std::uint32_t tag : {0x0000u, 0x0002u, 0x1234u}) EXPECT_EQ(create(tag, 0).requests_made, 0);
+}

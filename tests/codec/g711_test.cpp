@@ -1,0 +1,403 @@
+// SPDX-License-Identifier: MIT
+//
+// The laws are stated here by their decision intervals: a magnitude's code is the number of decision values that it
+// reaches. libsndfile is the second, independent reader.
+#include "codec/g711.h"
+
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+#include <algorithm>
+#include <cstdio>
+
+#include "codec/stream_tools.h"
+
+namespace {
+
+constexpr int lowest_sample = -32768;
+constexpr int highest_sample = 32767;
+
+// Lower ends of the 128 decision intervals, for 16-bit samples.
+std::vector<int> ulaw_decision_values() {
+    std::vector<int> values;
+    for (int width = 8, start = 0; width <= 1024; width *= 2)
+        for (int k = 0; k < 16; ++k) {
+            values.push_back(start);
+            start += values.size() == 1 ? width - 4 : width;  // the first interval is half as wide: 0 to 3
+        }
+    return values;
+}
+
+std::vector<int> alaw_decision_values() {
+    std::vector<int> values;
+    for (int k = 0; k < 32; ++k) values.push_back(16 * k);
+    for (int width = 32; width <= 1024; width *= 2)
+        for (int k = 0; k < 16; ++k) values.push_back(16 * width + k * width);
+    return values;
+}
+
+int interval_of(const std::vector<int>& decision_values, int magnitude) {
+    const auto above = std::upper_bound(decision_values.begin(), decision_values.end(), magnitude);
+    return static_cast<int>(above - decision_values.begin()) - 1;
+}
+
+int ulaw_code(int sample) {
+    if (sample == lowest_sample) return 0x7F;
+    const int interval = interval_of(ulaw_decision_values(), std::abs(sample));
+    return sample < 0 ? 0x7F - interval : 0xFF - interval;
+}
+
+int alaw_code(int sample) {
+    if (sample == lowest_sample) return 0x55;
+    const int interval = interval_of(alaw_decision_values(), std::abs(sample));
+    return (sample < 0 ? interval : interval + 0x80) ^ 0x55;
+}
+
+std::vector<int> all_samples() {
+    std::vector<int> samples;
+    for (int sample = lowest_sample; sample <= highest_sample; ++sample) samples.push_back(sample);
+    return samples;
+}
+
+Bytes all_codes() {
+    Bytes codes;
+    for (int code = 0; code <= 0xFF; ++code) codes.push_back(static_cast<std::uint8_t>(code));
+    return codes;
+}
+
+// One call of the stream's operation over all the bytes.
+Bytes encoded(std::uint32_t tag, const Bytes& pcm) {
+    const StreamPtr stream = new_stream(tag, mode_encode);
+    Bytes codes(pcm.size() / 2);
+    EXPECT_EQ(stream->encode(*stream, pcm.data(), codes.data(), static_cast<std::uint32_t>(pcm.size())), codes.size());
+    return codes;
+}
+
+int encoded_sample(std::uint32_t tag, int sample) {
+    return encoded(tag, pcm_bytes({sample}))[0];
+}
+
+std::vector<int> decoded(std::uint32_t tag, const Bytes& codes) {
+    const StreamPtr stream = new_stream(tag, mode_decode);
+    Bytes pcm(2 * codes.size());
+    EXPECT_EQ(stream->decode(*stream, codes.data(), pcm.data(), static_cast<std::uint32_t>(codes.size())), pcm.size());
+    return pcm_samples(pcm);
+}
+
+int decoded_code(std::uint32_t tag, int code) {
+    return decoded(tag, {static_cast<std::uint8_t>(code)})[0];
+}
+
+// libsndfile's G.711, by way of a headerless file.
+SF_INFO raw_telephone(int subtype) {
+    SF_INFO info = {};
+    info.samplerate = 8000;
+    info.channels = 1;
+    info.format = SF_FORMAT_RAW | subtype;
+    return info;
+}
+
+Bytes peer_encoded(int subtype, const std::vector<int>& samples) {
+    const TempDir dir;
+    SF_INFO info = raw_telephone(subtype);
+    SNDFILE* file = sf_open((dir / "codes").c_str(), SFM_WRITE, &info);
+    const std::vector<short> shorts(samples.begin(), samples.end());
+    EXPECT_EQ(sf_write_short(file, shorts.data(), static_cast<sf_count_t>(shorts.size())), std::ssize(shorts));
+    sf_close(file);
+    return read_file(dir / "codes");
+}
+
+std::vector<int> peer_decoded(int subtype, const Bytes& codes) {
+    const TempDir dir;
+    write_file(dir / "codes", codes);
+    SF_INFO info = raw_telephone(subtype);
+    SNDFILE* file = sf_open((dir / "codes").c_str(), SFM_READ, &info);
+    std::vector<short> shorts(codes.size());
+    EXPECT_EQ(sf_read_short(file, shorts.data(), std::ssize(shorts)), std::ssize(shorts));
+    sf_close(file);
+    return std::vector<int>(shorts.begin(), shorts.end());
+}
+
+const G711State& state_of(const StreamPtr& stream) {
+    return *static_cast<const G711State*>(stream->codec_private);
+}
+
+}  // namespace
+
+TEST(G711, SizesAndBitsOfBothModes) {
+    for (const std::uint32_t tag : {g711_alaw, g711_ulaw}) {
+        const StreamPtr encoder = new_stream(tag, mode_encode);
+        EXPECT_EQ(encoder->ibuff_size, 2048);
+        EXPECT_EQ(encoder->obuff_size, 1024);
+        EXPECT_EQ(encoder->output_format.bits_per_sample, 8);
+        EXPECT_EQ(encoder->input_format.bits_per_sample, 16);
+        const StreamPtr decoder = new_stream(tag, mode_decode);
+        EXPECT_EQ(decoder->ibuff_size, 1024);
+        EXPECT_EQ(decoder->obuff_size, 2048);
+        EXPECT_EQ(decoder->output_format.bits_per_sample, 16);
+        EXPECT_EQ(decoder->encode, encoder->encode);
+        EXPECT_EQ(decoder->decode, encoder->decode);
+    }
+}
+
+TEST(G711, RequestedBlockSizeIsIgnored) {
+    EXPECT_EQ(new_stream(g711_ulaw, mode_encode, 12)->ibuff_size, 2048);
+}
+
+TEST(G711, OnePairOfOperationsServesBothLaws) {
+    const StreamPtr alaw = new_stream(g711_alaw, mode_encode);
+    const StreamPtr ulaw = new_stream(g711_ulaw, mode_encode);
+    EXPECT_EQ(alaw->encode, ulaw->encode);
+    EXPECT_EQ(alaw->decode, ulaw->decode);
+}
+
+TEST(G711, StreamsOfOneLawShareItsMapsAndNotTheOtherLaws) {
+    for (const std::uint32_t tag : {g711_alaw, g711_ulaw}) {
+        const StreamPtr first = new_stream(tag, mode_encode);
+        const StreamPtr second = new_stream(tag, mode_decode);
+        const StreamPtr other = new_stream(g711_alaw + g711_ulaw - tag, mode_encode);
+        EXPECT_NE(first->codec_private, second->codec_private);
+        EXPECT_EQ(state_of(first).encode_map, state_of(second).encode_map);
+        EXPECT_EQ(state_of(first).decode_map, state_of(second).decode_map);
+        EXPECT_NE(state_of(first).encode_map, state_of(other).encode_map);
+        EXPECT_NE(state_of(first).decode_map, state_of(other).decode_map);
+    }
+}
+
+TEST(G711, PrivateBlockHoldsTheDecodeMapThenTheEncodeMap) {
+    const StreamPtr stream = new_stream(g711_alaw, mode_encode);
+    static_assert(sizeof(G711State) == 2 * sizeof(void*));
+    const auto* pointers = static_cast<void* const*>(stream->codec_private);
+    EXPECT_EQ(static_cast<const std::int16_t*>(pointers[0])[0xD5], 8);  // A-law's positive zero
+    EXPECT_EQ(static_cast<const std::uint8_t*>(pointers[1])[0], 0xD5);
+}
+
+TEST(G711, EncodeMapIsIndexedByTheSampleAsUnsigned) {
+    const StreamPtr stream = new_stream(g711_ulaw, mode_encode);
+    EXPECT_EQ(state_of(stream).encode_map[0x8000], ulaw_code(-32768));
+    EXPECT_EQ(state_of(stream).encode_map[0xFFFF], ulaw_code(-1));
+    EXPECT_EQ(state_of(stream).encode_map[0x7FFF], ulaw_code(32767));
+}
+
+TEST(G711, DecisionValuesAreThePublishedOnes) {
+    // The recommendation's tables, for 13-bit (A-law) and 14-bit (u-law) samples: times 8 and times 4 here.
+    EXPECT_EQ(alaw_decision_values().size(), 128u);
+    EXPECT_EQ(alaw_decision_values()[112], 2048 * 8);
+    EXPECT_EQ(alaw_decision_values()[127], 3968 * 8);
+    EXPECT_EQ(ulaw_decision_values().size(), 128u);
+    EXPECT_EQ(ulaw_decision_values()[1], 1 * 4);
+    EXPECT_EQ(ulaw_decision_values()[16], 31 * 4);
+    EXPECT_EQ(ulaw_decision_values()[112], 4063 * 4);
+    EXPECT_EQ(ulaw_decision_values()[127], 7903 * 4);
+}
+
+TEST(Ulaw, EveryOneOf65536SamplesCodesByItsDecisionInterval) {
+    const std::vector<int> samples = all_samples();
+    const Bytes codes = encoded(g711_ulaw, pcm_bytes(samples));
+    const std::vector<int> decision_values = ulaw_decision_values();
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        const int interval = interval_of(decision_values, std::abs(samples[i]));
+        const int expected = samples[i] == lowest_sample ? 0x7F : (samples[i] < 0 ? 0x7F : 0xFF) - interval;
+        ASSERT_EQ(codes[i], expected) << samples[i];
+    }
+    std::printf("%zu samples\n", samples.size());
+}
+
+TEST(Alaw, EveryOneOf65536SamplesCodesByItsDecisionInterval) {
+    const std::vector<int> samples = all_samples();
+    const Bytes codes = encoded(g711_alaw, pcm_bytes(samples));
+    const std::vector<int> decision_values = alaw_decision_values();
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        const int interval = interval_of(decision_values, std::abs(samples[i]));
+        const int uninverted = samples[i] < 0 ? interval : interval + 0x80;
+        ASSERT_EQ(codes[i], samples[i] == lowest_sample ? 0x55 : uninverted ^ 0x55) << samples[i];
+    }
+    std::printf("%zu samples\n", samples.size());
+}
+
+TEST(Ulaw, SamplesCodeAsTheIndependentCoderCodesThem) {
+    const std::vector<int> samples = all_samples();
+    const Bytes ours = encoded(g711_ulaw, pcm_bytes(samples));
+    const Bytes peers = peer_encoded(SF_FORMAT_ULAW, samples);
+    for (std::size_t i = 1; i < samples.size(); ++i) ASSERT_EQ(ours[i], peers[i]) << samples[i];
+}
+
+TEST(Alaw, SamplesCodeAsTheIndependentCoderCodesThem) {
+    const std::vector<int> samples = all_samples();
+    const Bytes ours = encoded(g711_alaw, pcm_bytes(samples));
+    const Bytes peers = peer_encoded(SF_FORMAT_ALAW, samples);
+    for (std::size_t i = 1; i < samples.size(); ++i) ASSERT_EQ(ours[i], peers[i]) << samples[i];
+}
+
+TEST(G711, NegativeSampleAtAStepBoundaryCodesOneStepHigherThanTheReference) {
+    // The reference takes the magnitude of -m as m - 1, the one's complement.
+    struct {
+        std::uint32_t tag;
+        std::vector<int> decision_values;
+        int inversion;  // of a negative code
+    } laws[] = {
+        {g711_ulaw, ulaw_decision_values(), 0x7F},
+        {g711_alaw, alaw_decision_values(), 0x55}
+    };
+    for (const auto& law : laws) {
+        std::vector<int> samples;
+        for (int magnitude = 1; magnitude <= highest_sample; ++magnitude) samples.push_back(-magnitude);
+        const Bytes codes = encoded(law.tag, pcm_bytes(samples));
+        int higher = 0;
+        for (int magnitude = 1; magnitude <= highest_sample; ++magnitude) {
+            const int reference = interval_of(law.decision_values, magnitude - 1);
+            const bool at_boundary = std::ranges::binary_search(law.decision_values, magnitude);
+            const int interval = codes[static_cast<std::size_t>(magnitude - 1)] ^ law.inversion;
+            ASSERT_EQ(interval, at_boundary ? reference + 1 : reference) << magnitude;
+            higher += at_boundary ? 1 : 0;
+        }
+        EXPECT_EQ(higher, 127);
+    }
+}
+
+TEST(Ulaw, EdgesOfTheRange) {
+    EXPECT_EQ(encoded_sample(g711_ulaw, 0), 0xFF);
+    EXPECT_EQ(encoded_sample(g711_ulaw, 32767), 0x80);
+    EXPECT_EQ(encoded_sample(g711_ulaw, 32635), 0x80);
+    EXPECT_EQ(encoded_sample(g711_ulaw, -32767), 0x00);
+}
+
+TEST(Ulaw, LowestSampleCodesAsNegativeZero) {
+    EXPECT_EQ(encoded_sample(g711_ulaw, -32768), 0x7F);
+}
+
+TEST(Alaw, EdgesOfTheRange) {
+    EXPECT_EQ(encoded_sample(g711_alaw, 0), 0xD5);
+    EXPECT_EQ(encoded_sample(g711_alaw, 32767), 0xAA);
+    EXPECT_EQ(encoded_sample(g711_alaw, -32767), 0x2A);
+}
+
+TEST(Alaw, LowestSampleCodesAsOneThatExpandsToMinusEight) {
+    EXPECT_EQ(encoded_sample(g711_alaw, -32768), 0x55);
+    EXPECT_EQ(decoded_code(g711_alaw, 0x55), -8);
+}
+
+TEST(Alaw, All256CodesExpandToTheMiddleOfTheirInterval) {
+    std::vector<int> ends = alaw_decision_values();
+    ends.push_back(32768);
+    for (int code = 0; code <= 0xFF; ++code) {
+        const auto interval = static_cast<std::size_t>((code ^ 0x55) & 0x7F);
+        const int middle = (ends[interval] + ends[interval + 1]) / 2;
+        ASSERT_EQ(decoded_code(g711_alaw, code), ((code ^ 0x55) & 0x80) != 0 ? middle : -middle) << code;
+    }
+}
+
+TEST(Alaw, All256CodesExpandAsTheIndependentDecoderExpandsThem) {
+    EXPECT_EQ(decoded(g711_alaw, all_codes()), peer_decoded(SF_FORMAT_ALAW, all_codes()));
+}
+
+TEST(Ulaw, All256CodesExpandToTwiceTheStandardValueLessTheirSegmentsOffset) {
+    // Standard: (8 k + 132) 2^e - 132. Kept here: (16 k + 256) 2^e - 132, which is twice the standard + 132 - 8 2^e,
+    // in 16 bits. The standard value comes from the independent decoder.
+    const std::vector<int> standard = peer_decoded(SF_FORMAT_ULAW, all_codes());
+    const std::vector<int> ours = decoded(g711_ulaw, all_codes());
+    for (int code = 0; code <= 0xFF; ++code) {
+        const int segment = 7 - (code >> 4 & 7);
+        const int offset = 132 - (8 << segment);
+        const int twice = 2 * standard[static_cast<std::size_t>(code)] + (code >= 0x80 ? offset : -offset);
+        ASSERT_EQ(ours[static_cast<std::size_t>(code)], static_cast<std::int16_t>(twice)) << code;
+    }
+}
+
+TEST(Ulaw, DecodedValuesAreDoubledAndTheLargestWrap) {
+    EXPECT_EQ(decoded_code(g711_ulaw, 0xFF), 124);
+    EXPECT_EQ(decoded_code(g711_ulaw, 0x7F), -124);
+    EXPECT_EQ(decoded_code(g711_ulaw, 0x80), -2180);
+    EXPECT_EQ(decoded_code(g711_ulaw, 0x00), 2180);
+}
+
+TEST(G711, SamplesAreLittleEndianOnBothSides) {
+    // 0x0102 is 258: A-law interval 16, code 0x90 ^ 0x55. 0x0201 is 513: interval 32, code 0xA0 ^ 0x55.
+    EXPECT_EQ(encoded(g711_alaw, bytes({0x02, 0x01})), bytes({0xC5}));
+    EXPECT_EQ(encoded(g711_alaw, bytes({0x01, 0x02})), bytes({0xF5}));
+    const StreamPtr stream = new_stream(g711_alaw, mode_decode);
+    const Bytes codes = bytes({0xAA});
+    Bytes pcm(2);
+    EXPECT_EQ(stream->decode(*stream, codes.data(), pcm.data(), 1), 2u);
+    EXPECT_EQ(pcm, bytes({0x00, 0x7E}));  // 32256, the middle of 31744 and 32768
+}
+
+TEST(G711, OddByteCountIsRoundedUpToWholeSamples) {
+    // Three bytes are two samples: the second takes its high byte from behind the count.
+    const StreamPtr stream = new_stream(g711_ulaw, mode_encode);
+    const Bytes pcm = pcm_bytes({1000, -20000});
+    Bytes codes(3, 0xEE);
+    EXPECT_EQ(stream->encode(*stream, pcm.data(), codes.data(), 3), 2u);
+    EXPECT_EQ(codes,
+              (Bytes{static_cast<std::uint8_t>(ulaw_code(1000)), static_cast<std::uint8_t>(ulaw_code(-20000)), 0xEE}));
+}
+
+TEST(G711, EveryOddCountOfABlockStaysInsideTheInputBuffer) {
+    const StreamPtr stream = new_stream(g711_alaw, mode_encode);
+    Bytes codes(1025);
+    EXPECT_EQ(stream->encode(*stream, stream->ibuff, codes.data(), 1), 1u);
+    EXPECT_EQ(stream->encode(*stream, stream->ibuff, codes.data(), 2047), 1024u);
+    EXPECT_EQ(stream->encode(*stream, stream->ibuff + 1, codes.data(), 2047), 1024u);  // its last byte is the spare one
+}
+
+TEST(G711, NoBytesAreNoSamples) {
+    const StreamPtr stream = new_stream(g711_alaw, mode_encode);
+    std::uint8_t code = 0xEE;
+    std::uint8_t pcm[2] = {0xEE, 0xEE};
+    EXPECT_EQ(stream->encode(*stream, pcm, &code, 0), 0u);
+    EXPECT_EQ(stream->decode(*stream, &code, pcm, 0), 0u);
+    EXPECT_EQ(code, 0xEE);
+    EXPECT_EQ(pcm[0], 0xEE);
+}
+
+TEST(G711, EveryCountOfSamplesIsCodedAndNothingBehindIt) {
+    // Every length that a loop over several samples at a time could get wrong at its end.
+    for (const std::uint32_t tag : {g711_alaw, g711_ulaw}) {
+        const StreamPtr stream = new_stream(tag, mode_encode);
+        for (int count = 0; count <= 200; ++count) {
+            std::vector<int> samples;
+            for (int i = 0; i < count; ++i) samples.push_back(i * 320 - 32768);
+            const Bytes pcm = pcm_bytes(samples);
+            Bytes expected(static_cast<std::size_t>(count) + 1, 0xEE);
+            Bytes codes = expected;
+            for (int i = 0; i < count; ++i)
+                expected[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(
+                    tag == g711_alaw ? alaw_code(i * 320 - 32768) : ulaw_code(i * 320 - 32768));
+            EXPECT_EQ(stream->encode(*stream, pcm.data(), codes.data(), static_cast<std::uint32_t>(pcm.size())),
+                      samples.size());
+            ASSERT_EQ(codes, expected) << count;
+        }
+    }
+}
+
+TEST(G711, BlockOf2048BytesGoesOutAs1024Codes) {
+    const StreamPtr stream = new_stream(g711_alaw, mode_encode);
+    BlockSink sink;
+    sink.attach(*stream);
+    std::vector<int> samples;
+    for (int i = 0; i < 1025; ++i) samples.push_back(i * 63 - 32000);
+    write_to(*stream, pcm_bytes(samples));
+    ASSERT_EQ(sink.blocks.size(), 1u);
+    ASSERT_EQ(sink.blocks[0].size(), 1024u);
+    for (std::size_t i = 0; i < 1024; ++i) ASSERT_EQ(sink.blocks[0][i], alaw_code(samples[i]));
+    EXPECT_EQ(stream->output_count, 1024);
+}
+
+TEST(G711, CodesAreReadAsSamplesWhateverTheFlags) {
+    const StreamPtr stream = new_stream(g711_alaw, mode_decode);
+    stream->flags = codec_flag_block_headers;
+    BlockSource source;
+    source.pieces = {all_codes()};
+    source.attach(*stream);
+    EXPECT_EQ(pcm_samples(read_from(*stream, 512)), peer_decoded(SF_FORMAT_ALAW, all_codes()));
+    EXPECT_EQ(stream->last_read, 256);
+}
+
+TEST(Ulaw, SingleSampleLookUpsUseTheMaps) {
+    const StreamPtr stream = new_stream(g711_ulaw, mode_encode);
+    for (int sample = lowest_sample; sample <= highest_sample; sample += 97)
+        ASSERT_EQ(g711_ulaw_encode_sample(static_cast<std::int16_t>(sample)), ulaw_code(sample)) << sample;
+    const std::vector<int> expanded = decoded(g711_ulaw, all_codes());
+    for (int code = 0; code <= 0xFF; ++code)
+        ASSERT_EQ(g711_ulaw_decode_sample(static_cast<std::uint8_t>(code)), expanded[static_cast<std::size_t>(code)]);
+}

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include "codec/stream_tools.h"
+
+TEST(LinearPcm, BothModesHaveABlockOf1024BytesAndNoOutputBuffer) {
+    for (const int mode : {mode_encode, mode_decode, 2, -1}) {
+        const StreamPtr stream = new_stream(linear_pcm, mode);
+        EXPECT_EQ(stream->ibuff_size, 1024);
+        EXPECT_EQ(stream->obuff_size, 0);
+        EXPECT_NE(stream->ibuff, nullptr);
+        EXPECT_EQ(stream->obuff, nullptr);
+        EXPECT_EQ(stream->encode, nullptr);
+        EXPECT_EQ(stream->decode, nullptr);
+        EXPECT_EQ(stream->codec_private, nullptr);
+    }
+}
+
+TEST(LinearPcm, OutputFormatEqualsInputFormat) {
+    const StreamPtr stream = new_stream(linear_pcm, mode_encode, 0, nullptr, {2, 24, 44100});
+    EXPECT_EQ(stream->output_format.channels, 2);
+    EXPECT_EQ(stream->output_format.bits_per_sample, 24);
+    EXPECT_EQ(stream->output_format.sample_rate, 44100u);
+}
+
+TEST(LinearPcm, BytesComeOutUnchangedInPiecesOf1024) {
+    const StreamPtr stream = new_stream(linear_pcm, mode_encode);
+    BlockSink sink;
+    sink.attach(*stream);
+    const Bytes data = counting_bytes(3 * 1024 + 1);
+    write_to(*stream, data);
+    EXPECT_EQ(sink.blocks,
+              (std::vector<Bytes>{slice(data, 0, 1024), slice(data, 1024, 1024), slice(data, 2048, 1024)}));
+}
+
+TEST(LinearPcm, BytesAreReadUnchanged) {
+    const StreamPtr stream = new_stream(linear_pcm, mode_decode);
+    const Bytes data = counting_bytes(2000);
+    BlockSource source;
+    source.pieces = {slice(data, 0, 1024), slice(data, 1024, 976)};
+    source.attach(*stream);
+    EXPECT_EQ(read_from(*stream, 5000), data);
+}
+
+TEST(LinearPcm, RequestedBlockSizeIsIgnored) {
+    const StreamPtr stream = new_stream(linear_pcm, mode_encode, 32767);
+    EXPECT_EQ(stream->block_size, 32767);
+    EXPECT_EQ(stream->ibuff_size, 1024);
+}
