@@ -1,6 +1,7 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 # scripts/bootstrap on stand-in package tools: what it asks for when something is missing, nothing is, or there is no apt.
+# shellcheck disable=SC2016  # what stands in single quotes is written into the stand-in tools
 set -u
 bootstrap=$1
 directory=$(mktemp -d)
@@ -12,9 +13,12 @@ failures=0
 fail() { echo "$*"; failures=$((failures + 1)); }
 
 # A PATH with what the script itself needs and nothing else.
-for tool in bash cat sort id; do
+for tool in bash cat sort mktemp rm; do
     ln -s "$(type -P "$tool")" "$tools/$tool"
 done
+printf '#!/bin/bash\necho "$user_id"\n' >"$tools/id"
+chmod +x "$tools/id"
+export user_id=0
 run() { PATH=$tools "$tools/bash" "$bootstrap" "$@" >"$directory/out" 2>"$directory/err"; }
 
 # Without apt: the list, status 1.
@@ -42,8 +46,7 @@ echo "$*" >>"$0.log"
 TOOL
 cat >"$tools/sudo" <<'TOOL'
 #!/bin/bash
-[ "$1" = -- ] && shift
-exec "$@"
+echo "$*" >>"$0.log"
 TOOL
 chmod +x "$tools/dpkg-query" "$tools/apt-get" "$tools/sudo"
 
@@ -52,9 +55,30 @@ grep -qx 'bootstrap: installing libgsm1-dev' "$directory/err" || fail "one missi
 grep -q 'update$' "$tools/apt-get.log" || fail "one missing: no update first"
 grep -q 'install -y --no-install-recommends libgsm1-dev$' "$tools/apt-get.log" || fail "one missing: not exactly that one"
 
+[ ! -e "$tools/sudo.log" ] || fail "root: sudo was called"
+
+# Not root: the same through sudo, which must not ask anything by way of debconf.
+rm "$tools/apt-get.log"
+user_id=1000 run run || fail "not root: status is not 0"
+grep -q '^DEBIAN_FRONTEND=noninteractive apt-get .*install .* libgsm1-dev$' "$tools/sudo.log" || fail "not root: not through sudo"
+[ ! -e "$tools/apt-get.log" ] || fail "not root: apt-get was called without sudo"
+
+# Not root and no sudo: says what to run, status 1.
+mv "$tools/sudo" "$tools/sudo.away"
+user_id=1000 run run
+[ $? -eq 1 ] || fail "no sudo: status is not 1"
+grep -q 'As root: apt-get install libgsm1-dev$' "$directory/err" || fail "no sudo: does not say what to run"
+
+# A failing apt-get: its words, status 1.
+printf '#!/bin/bash\necho "the mirror is gone" >&2\nexit 100\n' >"$tools/apt-get"
+run run
+[ $? -eq 1 ] || fail "apt-get fails: status is not 1"
+grep -q 'the mirror is gone' "$directory/err" || fail "apt-get fails: its words are lost"
+
 # Nothing missing: silence, and apt-get is not called.
 touch "$tools/dpkg-query.all"
-rm "$tools/apt-get.log"
+printf '#!/bin/bash\necho "$*" >>"$0.log"\n' >"$tools/apt-get"
+rm -f "$tools/apt-get.log"
 run run || fail "nothing missing: status is not 0"
 [ ! -s "$directory/err" ] || fail "nothing missing: it speaks"
 [ ! -e "$tools/apt-get.log" ] || fail "nothing missing: apt-get was called"
