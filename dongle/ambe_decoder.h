@@ -9,7 +9,7 @@
 #include <span>
 
 #include "ambe_frame.h"
-#include "speech_model.h"
+#include "arithmetic.h"
 
 constexpr int frame_samples = 160;  // 20 ms at 8000 Hz
 
@@ -22,16 +22,21 @@ struct DecoderCounts {
 };
 
 struct AmbeDecoder {
-    SpeechModel model;   // of the last voice or silence frame, as decoded
-    AmbeFrame frame;     // the last frame
-    FrameAction action;  // what was made of it
-    float error_rate;    // ER, an estimate of the channel's bit error rate
-    int bad_frames;      // in a row
+    const Arithmetic* arithmetic;
+    AmbeFrame frame;         // the last frame
+    FrameAction action;      // what was made of it
+    SpeechModel model;       // of the last voice or silence frame, as decoded
+    Harmonics spoken;        // what was synthesised in the last frame: the model's, enhanced and smoothed, or muted
+    float smoothing_energy;  // S
+    float error_rate;        // ER, an estimate of the channel's bit error rate
+    int bad_frames;          // in a row
+    MbeSynthesis synthesis;
+    AmbeTone tone;
     DecoderCounts counts;
 };
 
 // Start of a recording.
-void ambe_decoder_start(AmbeDecoder& decoder);
+void ambe_decoder_start(AmbeDecoder& decoder, const Arithmetic& arithmetic);
 
 // Decodes one frame into 160 samples, -32767 to 32767. They lead from the middle of the frame before to the middle of
 // this one.

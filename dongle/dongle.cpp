@@ -63,7 +63,7 @@ void stop() {
 
 void start() {
     stop();
-    ambe_decoder_start(instance.decoder);
+    ambe_decoder_start(instance.decoder, arithmetic_of_this_processor());
     instance.stage = Stage::asks;
 }
 
@@ -145,7 +145,7 @@ void dongle_close(int /*mode*/) {
 
 void ambe_init(unsigned char* packet, int /*mode*/) {
     if (packet != nullptr) dongle_packet_prepare(PacketBytes{packet, dongle_packet_size});
-    ambe_decoder_start(instance.decoder);
+    ambe_decoder_start(instance.decoder, arithmetic_of_this_processor());
 }
 
 void ambe_send(unsigned char* packet, const unsigned char* frame) {

@@ -10,18 +10,27 @@
 // Room for the 56 harmonics in whole groups of eight; slot i holds harmonic i + 1.
 constexpr int harmonic_slots = 64;
 
-struct alignas(32) SpeechModel {
-    float
-        log2_magnitude[harmonic_slots];  // as decoded: what the next frame is predicted from; 0 past the last harmonic
-    float magnitude[harmonic_slots];     // half the amplitude when voiced, density of noise when not; 0 past the last
+// Frequencies and phases are in turns times 2^32: they wrap by themselves and lose nothing over hours.
+struct alignas(32) Harmonics {
+    float magnitude[harmonic_slots];       // half the amplitude when voiced, density of noise when not; 0 past the last
     std::uint32_t voiced[harmonic_slots];  // all ones: voiced; 0: unvoiced, or past the last harmonic
-    std::uint32_t fundamental;             // turns per sample (omega 0 / 2 pi) times 2^32
-    int harmonics;                         // L
+    std::uint32_t fundamental;             // omega 0 / 2 pi, turns per sample times 2^32
+    int count;                             // L
+};
+
+struct SpeechModel {
+    Harmonics harmonics;
+    float log2_magnitude[harmonic_slots];  // what the next frame is predicted from; 0 past the last harmonic
     float gain;                            // gamma
 };
 
-// The model before the first frame, and after frames that carry none: all log magnitudes and magnitudes 0.
+// Turns times 2^32, of turns from 0 to 1.
+constexpr std::uint32_t phase_of_turns(double turns) {
+    return static_cast<std::uint32_t>(turns * 0x1p32 + 0.5);
+}
+
+// The model before the first frame, and after frames that carry none: 30 harmonics, all log magnitudes and magnitudes 0.
 void speech_model_reset(SpeechModel& model);
 
-// Silences the model: pitch and number of harmonics stay, all is unvoiced with magnitude 0.
-void speech_model_mute(SpeechModel& model);
+// Pitch and number of harmonics stay, all is unvoiced with magnitude 0.
+void harmonics_mute(Harmonics& harmonics);

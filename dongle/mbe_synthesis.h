@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+// Multi-band excitation synthesis: the harmonics of two frames in a row become the 160 samples between their middles,
+// voiced harmonics as sinusoids, unvoiced ones as bands of noise.
+//
+// D. W. Griffin and J. S. Lim, "Multiband excitation vocoder", IEEE Trans. ASSP 36, 1988.
+//
+// The state is a record that the caller owns: what is known of the frame before, phases, noise. It says nothing but
+// `voiced_synthesis` and `unvoiced_synthesis` have to be called in this order, once a frame each.
+#pragma once
+
+#include <cstdint>
+
+#include "real_transform.h"
+#include "speech_model.h"
+
+constexpr int synthesis_samples = 160;  // N, from the middle of one frame to the middle of the next
+
+struct alignas(32) MbeSynthesis {
+    Harmonics before;                          // of the frame before, as it was synthesised
+    std::uint32_t track[harmonic_slots];       // psi: phase of each harmonic as the fundamental alone makes it
+    std::uint32_t phase[harmonic_slots];       // phi: the same, scattered by noise in unvoiced company
+    std::uint32_t noise;                       // state of the generator
+    float noise_block[transform_samples];      // 256 samples of white noise around the frame's middle
+    float unvoiced_before[transform_samples];  // unvoiced part of the frame before, around its middle
+};
+
+namespace ARITHMETIC {
+
+// Start of a recording: silence, all phases 0, the noise at its beginning.
+void mbe_synthesis_start(MbeSynthesis& synthesis);
+
+// Writes the 160 samples from the middle of the frame before to the middle of this one, which has `harmonics`.
+void mbe_synthesize(MbeSynthesis& synthesis, const Harmonics& harmonics, float* samples);
+
+}  // namespace ARITHMETIC
