@@ -1,0 +1,32 @@
+#!/bin/bash
+# SPDX-License-Identifier: MIT
+# A missing dependency ends the configuration with the name of the Debian package that has it.
+#
+#   configure_test.sh <cmake> <source directory>
+set -u
+cmake=$1 source=$2
+directory=$(mktemp -d)
+trap 'rm -rf "$directory"' EXIT
+failures=0
+
+# names <packages> <cmake option>...: the options hide one dependency; the error must say "apt install <packages>".
+names() {
+    local packages=$1
+    shift
+    if "$cmake" -S "$source" -B "$directory/build" "$@" >"$directory/out" 2>&1; then
+        echo "$*: configured all the same"
+        failures=$((failures + 1))
+    elif ! tr -s ' \n' ' ' <"$directory/out" | grep -qF "apt install $packages (or run scripts/bootstrap)"; then
+        echo "$*: does not name $packages"
+        cat "$directory/out"
+        failures=$((failures + 1))
+    fi
+    rm -f "$directory/build/CMakeCache.txt"
+}
+
+names "libgsm1-dev" -Dgsm_LIBRARY= -DBUILD_TESTING=OFF
+names "libgtest-dev libgmock-dev" -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON
+names "libsndfile1-dev" -Dsndfile_INCLUDE_DIR=
+names "libbenchmark-dev" -DCMAKE_DISABLE_FIND_PACKAGE_benchmark=ON -DQUAVER_BENCH=ON -DBUILD_TESTING=OFF
+
+[ "$failures" -eq 0 ]

@@ -1,0 +1,75 @@
+#!/bin/bash
+# SPDX-License-Identifier: MIT
+# scripts/quaver with a stand-in for cmake: when it builds, when it does not, and what the program is given.
+#
+#   run_script_test.sh <source directory>
+set -u
+source=$1
+directory=$(mktemp -d)
+trap 'rm -rf "$directory"' EXIT
+failures=0
+
+fail() { echo "$*"; failures=$((failures + 1)); }
+
+mkdir -p "$directory/tree/src" "$directory/tree/dongle" "$directory/tree/cmake" "$directory/tools" "$directory/else where"
+cp -r "$source/scripts" "$directory/tree/"
+touch "$directory/tree/"{CMakeLists.txt,CMakePresets.json,src/a.cpp,src/a.h}
+
+# Stands in for cmake: writes down its arguments and "builds" a program that shows its directory and its arguments.
+cat >"$directory/tools/cmake" <<'TOOL'
+#!/bin/bash
+echo "chatter of the build"
+echo "$*" >>"$(dirname "$0")/cmake.log"
+[ "$1" = --build ] || exit 0
+[ ! -e "$(dirname "$0")/broken" ] || exit 1
+mkdir -p "$2/src/player"
+printf '#!/bin/bash\necho "in $PWD:"; printf "<%%s>" "$@"; exit 7\n' >"$2/src/player/quaver"
+chmod +x "$2/src/player/quaver"
+TOOL
+chmod +x "$directory/tools/cmake"
+export PATH=$directory/tools:$PATH QUAVER_BOOTSTRAP=no
+
+# Runs it from another directory; an argument with a space in it must arrive whole.
+run() {
+    rm -f "$directory/tools/cmake.log"
+    (cd "$directory/else where" && "$directory/tree/scripts/quaver" -W 'a b.dvtool' >"$directory/out" 2>"$directory/err")
+}
+built() { [ -e "$directory/tools/cmake.log" ]; }
+expected="in $directory/else where:"$'\n'"<-W><a b.dvtool>"
+
+run
+[ $? -eq 7 ] || fail "first run: the program's status is lost"
+built || fail "first run: nothing was built"
+[ "$(cat "$directory/out")" = "$expected" ] || fail "first run: standard output is not the program's alone: $(cat "$directory/out")"
+
+run
+[ $? -eq 7 ] || fail "second run: the program's status is lost"
+! built || fail "second run: built again"
+[ "$(cat "$directory/out")" = "$expected" ] || fail "second run: standard output is not the program's alone"
+[ ! -s "$directory/err" ] || fail "second run: something on standard error"
+
+sleep 0.01
+touch "$directory/tree/src/a.cpp"
+run
+built || fail "a changed source: not built again"
+
+sleep 0.01
+rm "$directory/tree/src/a.h"
+run
+built || fail "a removed header: not built again"
+
+touch "$directory/tools/broken"
+sleep 0.01
+touch "$directory/tree/src/a.cpp"
+run
+[ $? -eq 1 ] || fail "a failed build: the old program was run"
+rm "$directory/tools/broken"
+run
+built || fail "after a failed build: not built again"
+
+# By way of a link, as somebody has it in ~/bin.
+ln -s "$directory/tree/scripts/quaver" "$directory/tools/quaver-link"
+(cd "$directory/else where" && "$directory/tools/quaver-link" -W 'a b.dvtool' >"$directory/out" 2>&1)
+[ "$(cat "$directory/out")" = "$expected" ] || fail "through a link: $(cat "$directory/out")"
+
+[ "$failures" -eq 0 ]
