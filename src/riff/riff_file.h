@@ -6,12 +6,12 @@
 //          │ RIFF │ size │ WAVE │ fmt  │  L  │ body │ data │  n   │ n bytes │   as written here
 //          └──────┴──────┴──────┴──────┴─────┴──────┴──────┴──────┴─────────┘
 //
-// Sizes and integers stand in the file least significant byte first, identifiers first character first. While a file is
-// being written its two sizes read 4 and 0; riff_close puts the true ones in their place. Nothing is padded: an odd
-// chunk is followed at once by the next, in writing, reading and skipping.
+// Sizes and integers stand in the file least significant byte first, identifiers first character first. While a file
+// is being written its two sizes read 4 and 0; riff_close puts the true ones in their place. Nothing is padded: an
+// odd chunk is followed at once by the next, in writing, reading and skipping.
 //
-// A RiffFile lives from riff_open to riff_close and owns its stream. Failures are negative (no record, no buffer), with
-// the message on standard error where it happens. One thread uses a file at a time.
+// A RiffFile lives from riff_open to riff_close and owns its stream. Failures are negative (no record, no buffer),
+// with the message on standard error where it happens. One thread uses a file at a time.
 #pragma once
 
 #include <cstddef>
@@ -40,18 +40,18 @@ static_assert(offsetof(RiffFile, size_patch_position) == 48 && offsetof(RiffFile
 
 // Opens `path`; a form type other than 0 (fourcc("WAVE")) opens for writing, 0 for reading.
 //
-// Writing takes a file that exists already and neither creates nor truncates it: the caller has made it empty. The outer
-// header and the form type are then in the stream, 12 bytes.
-// Reading takes the outer header, "RIFF" or "RIFX", and the form type. The outer size of "RIFX" is read most significant
-// byte first; all sizes behind it are read as in "RIFF" nevertheless.
+// Writing takes a file that exists already and neither creates nor truncates it: the caller has made it empty. The
+// outer header and the form type are then in the stream, 12 bytes.
+// Reading takes the outer header, "RIFF" or "RIFX", and the form type. The outer size of "RIFX" is read most
+// significant byte first; all sizes behind it are read as in "RIFF" nevertheless.
 //
 // Returns the record, to be given to riff_close; null after a message: "Out of memory for RIFF file !\n",
 // "Unable to create file '%s' !\n" or "Unable to open file '%s' !\n", "Invalid RIFF file.\n" (reading, an outer
 // identifier that is neither, or an empty file), or that of the read or write that failed.
 RiffFile* riff_open(const char* path, std::uint32_t form_type);
 
-// Puts the two sizes in their place (writing), closes the stream and frees the record in every case. The seeks and the
-// writes of the sizes are not looked at. The outer size is the length of the whole file.
+// Puts the two sizes in their place (writing), closes the stream and frees the record in every case. The seeks and
+// the writes of the sizes are not looked at. The outer size is the length of the whole file.
 // Returns what fclose returned.
 int riff_close(RiffFile* file);
 
@@ -66,8 +66,8 @@ int riff_write_int(RiffFile* file, std::uint64_t value);
 // Returns 0; -1 after "RIFF: unable to write chunk ID !\n" or riff_write_int's message.
 int riff_write_chunk(RiffFile* file, const ChunkHeader* header);
 
-// Appends `count` bytes to the "data" chunk and flushes the stream, also when fewer or none were written; a count of 0 or
-// less writes none. Before them goes a "data" header when no data byte was ever written, at each such call.
+// Appends `count` bytes to the "data" chunk and flushes the stream, also when fewer or none were written; a count of
+// 0 or less writes none. Before them goes a "data" header when no data byte was ever written, at each such call.
 // Returns the bytes written, without a message when they are fewer; negative, after its message and without flushing,
 // when the header could not be written.
 int riff_write_data(RiffFile* file, const std::uint8_t* bytes, int count);
@@ -88,21 +88,22 @@ int riff_read_chunk(RiffFile* file, ChunkHeader* header);
 int riff_skip(RiffFile* file, std::int64_t count);
 
 // Reads the next bytes of the file's "data" chunks, all of them as one stream, into `buffer` of `capacity` bytes; one
-// call stays within one chunk. A capacity of 0 or less reads no bytes. Chunks of other names are skipped by their sizes.
+// call stays within one chunk. A capacity of 0 or less reads no bytes. Other chunks are skipped by their sizes.
 // A "data" size of 0x80000000 or more counts as more than any file has: its bytes are handed out up to the end.
-// Returns the bytes read; 0 at the end of the file; negative, after riff_read_chunk's message, when a header is cut off.
+// Returns the bytes read; 0 at the end of the file; negative, after riff_read_chunk's message, at a cut header.
 // A "data" chunk of size 0 gives 1, with nothing read and the buffer untouched.
 int riff_read_data(RiffFile* file, std::uint8_t* buffer, int capacity);
 
-// Reads the body of the next "fmt " chunk, skipping the chunks before it, into `buffer`: a WaveFormat and its extra bytes
-// (riff/wave_format.h). The body is read in its stated size. The caller owes room for that, or, when it is not known
-// beforehand, for as many bytes as the file has: a body never reaches beyond the end.
-// Returns 0; -1, without a message when the file ends without such a chunk, after riff_read_chunk's when a header is cut
-// off, and after "RIFF: unable to read chunk data !\n" when the file holds less than the stated size or this is negative.
+// Reads the body of the next "fmt " chunk, skipping the chunks before it, into `buffer`: a WaveFormat and its extra
+// bytes (riff/wave_format.h). The body is read in its stated size. The caller owes room for that, or, when it is not
+// known beforehand, for as many bytes as the file has: a body never reaches beyond the end.
+// Returns 0; -1, without a message when the file ends without such a chunk, after riff_read_chunk's when a header is
+// cut off, and after "RIFF: unable to read chunk data !\n" when the file holds less than the stated size, of which
+// the buffer then has the beginning, or this is negative, the buffer untouched.
 int riff_find_format(RiffFile* file, std::uint8_t* buffer);
 
-// Reads exactly `size` bytes into a new buffer, which the caller frees. Memory is taken as the bytes arrive, never more
-// than 64 KiB or twice what the file could deliver.
+// Reads exactly `size` bytes into a new buffer, which the caller frees. Memory is taken as the bytes arrive, never
+// more than 64 KiB or twice what the file could deliver.
 // Returns the buffer, also for size 0; null after "Out of memory for chunk data buffer !\n" (also for a size that no
 // chunk has: negative, or above 2^31 - 1) or "RIFF: unable to read data !\n" when the file holds less.
 std::uint8_t* riff_read_chunk_data(RiffFile* file, std::int64_t size);

@@ -44,6 +44,17 @@ std::uint8_t* grown(std::uint8_t* buffer, std::size_t room) {
     return larger;
 }
 
+std::uint8_t* no_chunk_memory() {
+    std::fprintf(stderr, "Out of memory for chunk data buffer !\n");
+    return nullptr;
+}
+
+std::uint8_t* short_chunk_data(std::uint8_t* buffer) {
+    std::fprintf(stderr, "RIFF: unable to read data !\n");
+    std::free(buffer);
+    return nullptr;
+}
+
 }  // namespace
 
 int riff_read_int(RiffFile* file, std::uint64_t* value) {
@@ -112,26 +123,20 @@ int riff_find_format(RiffFile* file, std::uint8_t* buffer) {
 }
 
 std::uint8_t* riff_read_chunk_data(RiffFile* file, std::int64_t size) {
-    std::uint8_t* buffer = nullptr;
-    if (size >= 0 && size <= largest_chunk_bytes) {
-        const auto wanted = static_cast<std::size_t>(size);
-        std::size_t filled = 0;
-        std::size_t room = std::min(wanted, first_buffer_bytes);
-        buffer = static_cast<std::uint8_t*>(std::malloc(std::max<std::size_t>(room, 1)));
-        while (buffer != nullptr) {
-            if (!fill(file, buffer, filled, room)) {
-                std::fprintf(stderr, "RIFF: unable to read data !\n");
-                std::free(buffer);
-                return nullptr;
-            }
-            if (room == wanted) return buffer;
-            filled = room;
-            room = std::min(wanted, 2 * room);
-            buffer = grown(buffer, room);
-        }
+    if (size < 0 || size > largest_chunk_bytes) return no_chunk_memory();
+
+    const auto wanted = static_cast<std::size_t>(size);
+    std::size_t filled = 0;
+    std::size_t room = std::min(wanted, first_buffer_bytes);
+    auto* buffer = static_cast<std::uint8_t*>(std::malloc(std::max<std::size_t>(room, 1)));
+    while (buffer != nullptr) {
+        if (!fill(file, buffer, filled, room)) return short_chunk_data(buffer);
+        if (room == wanted) return buffer;
+        filled = room;
+        room = std::min(wanted, 2 * room);
+        buffer = grown(buffer, room);
     }
-    std::fprintf(stderr, "Out of memory for chunk data buffer !\n");
-    return nullptr;
+    return no_chunk_memory();
 }
 
 void riff_dump_header(const RiffFile* file) {

@@ -20,21 +20,21 @@ struct [[gnu::packed]] WaveFormat {
 
 static_assert(sizeof(WaveFormat) == 18);
 
-// Writes the "fmt " chunk; fills in the caller's `block_align` (channels times bits, divided by 8 and rounded down) and
-// `byte_rate` (block_align times sample_rate). The body is 16 bytes for format tag 1, whatever extra_size says, and
-// 18 + extra_size bytes for any other tag: the caller owes that many at `format`.
-// Returns 0; -1 after riff_write_chunk's message, `format` untouched, or without one when the body was written in part.
+// Writes the "fmt " chunk; fills in the caller's `block_align` (channels times bits, divided by 8 and rounded down)
+// and `byte_rate` (block_align times sample_rate). The body is 16 bytes for format tag 1, whatever extra_size says,
+// and 18 + extra_size bytes for any other tag: the caller owes that many at `format`.
+// Returns 0; -1 after riff_write_chunk's message, `format` untouched, or without one when the body was cut short.
 int riff_write_format(RiffFile* file, WaveFormat* format);
 
 // The display name of a format tag, whether or not it has a codec, or "<1234>", the tag in at least four upper-case
 // hexadecimal digits. That text is one static buffer: the next unknown tag overwrites it.
 const char* wave_format_name(int tag);
 
-// Prints the record to standard output under "AUDIO information:"; `full` other than 0 adds the block size and the extra
-// bytes. Kept: when extra_size is not 0, the bytes shown are chunk_length - 18, not extra_size. The caller owes
-// chunk_length bytes at `format`; one below 18, or of 2^31 + 18 and more, shows none.
+// Prints the record to standard output under "AUDIO information:"; `full` other than 0 adds the block size and the
+// extra bytes. Kept: when extra_size is not 0, the bytes shown are chunk_length - 18, not extra_size. The caller owes
+// chunk_length bytes at `format`, the record at least; a length below 18, or of 2^31 + 18 and more, shows none.
 void wave_dump_format(const WaveFormat* format, std::uint32_t chunk_length, int full);
 
-// Prints `count` bytes to standard output, sixteen a line: offset, hexadecimal, text. Only letters, digits and the space
-// stand for themselves in the text, all else is ".". A count of 0 or less prints nothing.
+// Prints `count` bytes to standard output, sixteen a line: offset, hexadecimal, text. Only letters, digits and the
+// space stand for themselves in the text, all else is ".". A count of 0 or less prints nothing.
 void hex_dump(const std::uint8_t* bytes, int count);
