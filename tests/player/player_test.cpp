@@ -8,6 +8,7 @@
 #include <string>
 
 #include "player/program_info.h"
+#include "player/stream_owner.h"
 #include "support/capture.h"
 
 namespace {
@@ -18,6 +19,7 @@ const std::string device_line = "Using device 'Linux Audio Test'.\n";
 // A player whose codec stream stands, with the sound device that was asked for.
 struct AudioStart {
     Player player;
+    StreamOwner owner{player};
     int result = 0;
     Output output;
 
@@ -51,6 +53,7 @@ TEST(Banner, TitleAndVersionThenNoticeAndCompany) {
 
 TEST(StartCodec, EncodesEightKilohertzMonoOf16BitsWithBlockHeadersFlagged) {
     Player player;
+    const StreamOwner owner{player};
     int result = -1;
     const Output output = output_of([&] { result = player_start_codec(player); });
     EXPECT_EQ(result, 0);

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "player/stream_owner.h"
 #include "support/capture.h"
 #include "support/temp_dir.h"
 
@@ -84,6 +85,7 @@ TEST(PullBlock, ContextIsIgnored) {
 TEST(ConvertSink, OutputThatCannotBeCreatedIsSaid) {
     const TempDir dir;
     Player player;
+    const StreamOwner owner{player};
     output_of([&] { ASSERT_EQ(player_start_codec(player), 0); });
     int result = 0;
     const std::string path = dir / "missing/rec.ambe";
@@ -97,6 +99,7 @@ TEST(ConvertSink, OutputThatCannotBeCreatedIsSaid) {
 TEST(ConvertSink, FileWithoutBlocksHoldsTheFormatAndNothingElse) {
     const TempDir dir;
     Player player;
+    const StreamOwner owner{player};
     output_of([&] { ASSERT_EQ(player_start_codec(player), 0); });
     const Output output = output_of([&] {
         ASSERT_EQ(convert_sink.start(player, (dir / "rec.ambe").c_str()), 0);
@@ -111,6 +114,7 @@ TEST(ConvertSink, FileWithoutBlocksHoldsTheFormatAndNothingElse) {
 TEST(ConvertSink, BlocksReachTheFileThroughTheCodecStream) {
     const TempDir dir;
     Player player;
+    const StreamOwner owner{player};
     const Bytes block(320, 0x21);
     output_of([&] {
         ASSERT_EQ(player_start_codec(player), 0);
