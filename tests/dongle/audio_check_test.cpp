@@ -1,0 +1,282 @@
+// SPDX-License-Identifier: MIT
+// The PCM that the library really returns has the energies that the golden parameters ask for, and the check that says
+// so says no to faulty PCM.
+#include "audio_check.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "dongle_door.h"
+#include "frame_builder.h"
+#include "plain_synthesis.h"
+
+namespace {
+
+using testing::Each;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+constexpr std::size_t block_samples = 160;
+constexpr double least_agreement_db = 60;
+
+struct Golden {
+    std::vector<GoldenFrame> frames = golden_frames("golden/story_600.csv");
+    std::vector<BandPowers> bands = golden_bands("golden/story_600_bands.csv");
+    std::vector<double> unvoiced;
+    Golden() {
+        for (const GoldenFrame& frame : frames) unvoiced.push_back(unvoiced_share(frame));
+    }
+};
+
+const Golden& golden() {
+    static const Golden once;
+    return once;
+}
+
+AudioFigures figures_of(const Pcm& pcm) {
+    return audio_figures(pcm, golden().bands, golden().unvoiced);
+}
+
+const Pcm& story_600() {
+    static const Pcm once = decoded(raw_frames("golden/story_600.raw12"));
+    return once;
+}
+
+// Faults are tried on PCM that passes without them.
+const Pcm& plain_story() {
+    static const Pcm once = plain_synthesis(golden().frames);
+    return once;
+}
+
+std::string beyond_limits_with(const SynthesisFaults& faults) {
+    const AudioFigures figures = figures_of(plain_synthesis(golden().frames, faults));
+    printf("%s: %s\n", testing::UnitTest::GetInstance()->current_test_info()->name(), to_text(figures).c_str());
+    return beyond_limits(figures);
+}
+
+double rms_of_block(const Pcm& pcm, std::size_t block) {
+    double sum = 0;
+    for (std::size_t n = 0; n < block_samples; ++n) sum += std::pow(pcm[block * block_samples + n], 2);
+    return std::sqrt(sum / block_samples);
+}
+
+double share_at_limit(const Pcm& pcm) {
+    const auto at_limit = std::ranges::count_if(pcm, [](int sample) { return std::abs(sample) >= 32767; });
+    return static_cast<double>(at_limit) / static_cast<double>(pcm.size());
+}
+
+// How far the library and the plain formulas agree, in dB, tones and the fading block behind them left out.
+double agreement_db(const std::string& name, const std::vector<GoldenFrame>& frames) {
+    const Pcm pcm = decoded(raw_frames("golden/" + name + ".raw12"));
+    const Pcm plain = plain_synthesis(frames);
+    EXPECT_EQ(pcm.size(), plain.size());
+    double signal = 0, error = 1;
+    for (std::size_t n = 0; n < std::min(plain.size(), pcm.size()); ++n) {
+        const std::size_t k = n / block_samples;
+        if (frames[k].action == "tone" || (k > 0 && frames[k - 1].action == "tone")) continue;
+        signal += std::pow(plain[n], 2);
+        error += std::pow(pcm[n] - plain[n], 2);
+    }
+    const double agreement = 10 * std::log10(signal / error);
+    printf("%s against the plain formulas: %.1f dB\n", name.c_str(), agreement);
+    return agreement;
+}
+
+std::span<const std::int16_t> block_of(const Pcm& pcm, std::size_t block) {
+    return std::span(pcm).subspan(block * block_samples, block_samples);
+}
+
+}  // namespace
+
+TEST(AudioCheck, DecodedStoryPasses) {
+    ASSERT_THAT(story_600(), SizeIs(600 * block_samples));
+    const AudioFigures figures = figures_of(story_600());
+    printf("story_600: %s\n", to_text(figures).c_str());
+    EXPECT_EQ(beyond_limits(figures), "");
+    EXPECT_EQ(figures.frames, 477u) << "loud frames of the golden powers";
+}
+
+// The same noise and the same formulas: the library and a second synthesiser of golden parameters differ by rounding.
+TEST(AudioCheck, DecodedStoryIsThatOfThePlainFormulas) {
+    EXPECT_GT(agreement_db("story_600", golden().frames), least_agreement_db);
+}
+
+TEST(AudioCheck, DecodedDamagedStoryIsThatOfThePlainFormulas) {
+    EXPECT_GT(agreement_db("story_600_errors", golden_frames("golden/story_600_errors.csv")), least_agreement_db);
+}
+
+TEST(AudioCheck, DecodedSpecialFramesAreThoseOfThePlainFormulas) {
+    EXPECT_GT(agreement_db("special", golden_frames("golden/special.csv")), least_agreement_db);
+}
+
+// The reference's noise is the library's too: its levels come out block by block. It has no fades at the ends of tones.
+TEST(AudioCheck, DecodedBlocksHaveTheLevelsOfTheReference) {
+    for (const std::string name : {"story_600", "story_600_errors", "special"}) {
+        const Pcm pcm = decoded(raw_frames("golden/" + name + ".raw12"));
+        const auto frames = golden_frames("golden/" + name + ".csv");
+        ASSERT_EQ(pcm.size(), frames.size() * block_samples);
+        for (std::size_t k = 0; k < frames.size(); ++k) {
+            if (frames[k].action == "tone" || (k > 0 && frames[k - 1].action == "tone")) continue;
+            EXPECT_NEAR(rms_of_block(pcm, k), frames[k].rms, 0.1 + 1e-3 * frames[k].rms) << name << " " << k;
+        }
+    }
+}
+
+// ---- the check itself ----
+
+TEST(AudioCheck, GoldenPowersAreThoseOfTheGoldenMagnitudes) {
+    for (std::size_t k = 0; k < golden().frames.size(); ++k) {
+        const GoldenFrame& frame = golden().frames[k];
+        BandPowers powers{};
+        for (std::size_t l = 1; l <= frame.magnitude.size(); ++l) {
+            const double hz = static_cast<double>(l) * frame.fundamental * 8000;
+            if (hz < 3800)
+                powers[std::min<std::size_t>(static_cast<std::size_t>(hz / 500), 6)] += harmonic_power(frame, l);
+        }
+        for (std::size_t band = 0; band < band_count; ++band)
+            ASSERT_NEAR(powers[band], golden().bands[k][band], 1e-4 * golden().bands[k][band] + 1e-6) << k;
+    }
+}
+
+TEST(AudioCheck, PlainFormulasPassWithTheFiguresOfTheReference) {
+    const AudioFigures figures = figures_of(plain_story());
+    EXPECT_EQ(beyond_limits(figures), "");
+    EXPECT_NEAR(figures.gain, 1.967, 0.0006);
+    EXPECT_NEAR(figures.ltas_db, 0.40, 0.006);
+    EXPECT_NEAR(figures.median_db, 0.43, 0.006);
+    EXPECT_NEAR(figures.p90_db, 1.9, 0.06);
+    EXPECT_NEAR(figures.env, 0.997, 0.0006);
+    EXPECT_NEAR(figures.voicing_db, 0.18, 0.006);
+}
+
+TEST(AudioCheck, PlainFormulasGiveTheReferencesLevelBlockByBlock) {
+    const Pcm& pcm = plain_story();
+    for (std::size_t k = 0; k < golden().frames.size(); ++k)
+        ASSERT_NEAR(rms_of_block(pcm, k), golden().frames[k].rms, 0.05 + 2e-3 * golden().frames[k].rms) << k;
+}
+
+TEST(AudioCheck, RejectsVoicedSpeechAtHalfAmplitude) {
+    EXPECT_THAT(beyond_limits_with({.voiced_factor = 0.5}), HasSubstr("voicing"));
+}
+
+TEST(AudioCheck, RejectsNoiseSixDecibelTooLoud) {
+    EXPECT_THAT(beyond_limits_with({.unvoiced_factor = 2}), HasSubstr("voicing"));
+}
+
+TEST(AudioCheck, RejectsNoiseTwoDecibelTooSoft) {
+    EXPECT_THAT(beyond_limits_with({.unvoiced_factor = 0.8}), HasSubstr("voicing"));
+}
+
+TEST(AudioCheck, RejectsAWindowThatDoesNotAddUp) {
+    EXPECT_THAT(beyond_limits_with({.window_flat_samples = 0, .window_end_samples = 80}), HasSubstr("ltas"));
+}
+
+TEST(AudioCheck, RejectsNoiseInTheWrongBins) {
+    EXPECT_THAT(beyond_limits_with({.noise_bin_shift = 16}), HasSubstr("p90"));
+}
+
+TEST(AudioCheck, RejectsFramesThatForgetTheOneBefore) {
+    EXPECT_THAT(beyond_limits_with({.forgets_last_frame = true}), HasSubstr("gain"));
+}
+
+TEST(AudioCheck, RejectsPcmThatIsOneBlockEarlyOrLate) {
+    Pcm early(plain_story().begin() + block_samples, plain_story().end());
+    early.resize(plain_story().size());
+    EXPECT_EQ(beyond_limits(figures_of(early)), "median p90 env voicing");
+    Pcm late(block_samples, 0);
+    late.insert(late.end(), plain_story().begin(), plain_story().end() - block_samples);
+    EXPECT_EQ(beyond_limits(figures_of(late)), "median p90 env voicing");
+}
+
+TEST(AudioCheck, RejectsPcmThatIsHalfABlockLate) {
+    Pcm late(block_samples / 2, 0);
+    late.insert(late.end(), plain_story().begin(), plain_story().end() - block_samples / 2);
+    EXPECT_NE(beyond_limits(figures_of(late)), "");
+}
+
+TEST(AudioCheck, RejectsTheWrongGain) {
+    Pcm soft = plain_story();
+    for (std::int16_t& sample : soft) sample = static_cast<std::int16_t>(std::lrint(0.95 * sample));
+    EXPECT_EQ(beyond_limits(figures_of(soft)), "gain");
+}
+
+// y(n) = x(n) + x(n-1), over 2: no loss at 0 Hz, 3 dB at 2000 Hz, 12 dB at 3400 Hz.
+TEST(AudioCheck, RejectsPcmWithoutItsTreble) {
+    Pcm dull = plain_story();
+    for (std::size_t n = dull.size() - 1; n > 0; --n) dull[n] = static_cast<std::int16_t>((dull[n] + dull[n - 1]) / 2);
+    EXPECT_THAT(beyond_limits(figures_of(dull)), HasSubstr("ltas"));
+}
+
+TEST(AudioCheck, RejectsClippedPcm) {
+    Pcm clipped = plain_story();
+    for (std::int16_t& sample : clipped) sample = static_cast<std::int16_t>(std::clamp(sample * 8, -32767, 32767) / 4);
+    EXPECT_NE(beyond_limits(figures_of(clipped)), "");
+}
+
+TEST(AudioCheck, RejectsSilence) {
+    EXPECT_NE(beyond_limits(figures_of(Pcm(600 * block_samples, 0))), "");
+}
+
+// ---- what needs no golden ----
+
+TEST(DecodedAudio, HardlyASampleIsAtTheLimit) {
+    const std::pair<const char*, Pcm> files[] = {
+        {"story_600",       story_600()                                         },
+        {"story.ambe",      decoded(raw_frames("recordings/story.ambe"))        },
+        {"greeting.ambe",   decoded(raw_frames("recordings/greeting.ambe"))     },
+        {"greeting.dvtool", decoded(dvtool_frames("recordings/greeting.dvtool"))},
+        {"counting.dvtool", decoded(dvtool_frames("recordings/counting.dvtool"))},
+    };
+    for (const auto& [name, pcm] : files) {
+        printf("%s: %.5f %% of the samples at the limit\n", name, 100 * share_at_limit(pcm));
+        EXPECT_LE(share_at_limit(pcm), 0.001) << name;
+    }
+}
+
+TEST(DecodedAudio, LowestSampleValueIsNeverUsed) {
+    EXPECT_EQ(std::ranges::count(decoded(raw_frames("recordings/story.ambe")), -32768), 0);
+}
+
+TEST(DecodedAudio, SecondMutedFrameInARowIsSilent) {
+    const Pcm pcm = decoded(raw_frames("golden/story_600_errors.raw12"));
+    const auto frames = golden_frames("golden/story_600_errors.csv");
+    int silent = 0;
+    for (std::size_t k = 1; k < frames.size(); ++k) {
+        if (frames[k].action != "mute" || frames[k - 1].action != "mute") continue;
+        EXPECT_THAT(block_of(pcm, k), Each(0)) << k;
+        ++silent;
+    }
+    EXPECT_EQ(silent, 2) << "frames 516 and 517";
+}
+
+TEST(DecodedAudio, LoudSpeechFadesOutInTheFirstMutedFrameAndIsSilentInTheNext) {
+    const auto story = raw_frames("golden/story_600.raw12");
+    std::vector<AmbeFrameBytes> frames(story.begin(), story.begin() + 51);
+    for (int k = 0; k < 6; ++k) frames.push_back(with_wrong_bits(story[50], 0, 5, 4));
+    const Pcm pcm = decoded(frames);
+    for (const std::size_t repeated : {51u, 52u, 53u}) EXPECT_GT(rms_of_block(pcm, repeated), 500);
+    EXPECT_GT(rms_of_block(pcm, 54), 100) << "the fading frame";
+    const auto fading = block_of(pcm, 54);
+    EXPECT_THAT(fading.subspan(105), Each(0)) << "the window has ended";
+    EXPECT_THAT(block_of(pcm, 55), Each(0));
+    EXPECT_THAT(block_of(pcm, 56), Each(0));
+}
+
+TEST(DecodedAudio, WreckedFramesAtTheStartAreSilent) {
+    const auto story = raw_frames("golden/story_600.raw12");
+    const Pcm pcm = decoded(std::vector<AmbeFrameBytes>(8, with_wrong_bits(story[50], 0, 5, 4)));
+    EXPECT_THAT(pcm, Each(0));
+}
+
+TEST(DecodedAudio, SpeechComesBackSoftlyAfterAMute) {
+    const auto story = raw_frames("golden/story_600.raw12");
+    std::vector<AmbeFrameBytes> frames(60, story[50]);
+    for (std::size_t k = 20; k < 25; ++k) frames[k] = with_wrong_bits(story[50], 0, 5, 4);
+    const Pcm pcm = decoded(frames);
+    EXPECT_LT(rms_of_block(pcm, 25), 0.5 * rms_of_block(pcm, 40));
+    EXPECT_NEAR(rms_of_block(pcm, 40) / rms_of_block(pcm, 59), 1, 0.3);
+}

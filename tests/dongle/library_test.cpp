@@ -1,0 +1,271 @@
+// SPDX-License-Identifier: MIT
+// The library as a file and as a guest in any process: its names, what it asks for, what it prints and opens.
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <climits>
+#include <filesystem>
+
+#include "dongle_door.h"
+#include "frame_builder.h"
+#include "shared_object.h"
+#include "support/capture.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+using testing::StartsWith;
+
+std::vector<std::string> lines_of(const std::string& text) {
+    std::vector<std::string> lines;
+    std::string line;
+    for (const char c : text) {
+        if (c != '\n') line.push_back(c);
+        if (c == '\n') lines.push_back(std::exchange(line, ""));
+    }
+    EXPECT_EQ(line, "") << "a last line without its end";
+    return lines;
+}
+
+// Whole numbers in the text, in their order; what stands behind a decimal point is not one.
+std::vector<long> numbers_in(const std::string& text) {
+    std::vector<long> numbers;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        if (isdigit(static_cast<unsigned char>(text[at])) == 0) continue;
+        char* end = nullptr;
+        numbers.push_back(strtol(text.c_str() + at, &end, 10));
+        at = static_cast<std::size_t>(end - text.c_str());
+    }
+    return numbers;
+}
+
+std::vector<std::string> open_descriptors() {
+    std::vector<std::string> targets;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code ignored;
+        targets.push_back(std::filesystem::read_symlink(entry.path(), ignored).string());
+    }
+    std::ranges::sort(targets);
+    return targets;
+}
+
+// Decodes one file at a debug level, from the loading of the library to its end.
+Output output_at_level(int level, std::span<const AmbeFrameBytes> frames) {
+    return output_of([&] {
+        const DongleDoor dongle;
+        dongle.debug(level);
+        EXPECT_EQ(dongle.init("/dev/ttyUSB0", 230400), 0);
+        dongle.hello();
+        decode_file(dongle, frames);
+        dongle.close(0);
+    });
+}
+
+std::vector<AmbeFrameBytes> story(std::size_t count) {
+    std::vector<AmbeFrameBytes> frames = raw_frames("golden/story_600.raw12");
+    frames.resize(count);
+    return frames;
+}
+
+AmbeFrameBytes wrecked(const AmbeFrameBytes& frame) {
+    return with_wrong_bits(frame, 0, 0, 4);
+}
+
+}  // namespace
+
+TEST(SharedLibrary, ExportsTheNineNamesAndNothingElse) {
+    EXPECT_THAT(read_shared_object(DONGLE_LIBRARY).exported,
+                ElementsAre("ambe_init", "ambe_send", "dongle_close", "dongle_debug", "dongle_hello", "dongle_init",
+                            "dongle_recv", "dongle_run", "dongle_send"));
+}
+
+TEST(SharedLibrary, IsKnownByItsNameWithoutAVersion) {
+    const SharedObject library = read_shared_object(DONGLE_LIBRARY);
+    EXPECT_EQ(library.soname, "libdongle-x86-64.so");
+    EXPECT_FALSE(library.defines_versions);
+    EXPECT_EQ(std::filesystem::path(DONGLE_LIBRARY).filename(), "libdongle-x86-64.so");
+    EXPECT_FALSE(std::filesystem::is_symlink(DONGLE_LIBRARY));
+}
+
+TEST(SharedLibrary, NeedsTheSystemsLibrariesOnly) {
+    const SharedObject library = read_shared_object(DONGLE_LIBRARY);
+    for (const std::string& needed : library.needed) {
+        const bool of_the_system = needed.starts_with("libc.so") || needed.starts_with("libm.so") ||
+                                   needed.starts_with("libstdc++.so") || needed.starts_with("libgcc_s.so") ||
+                                   needed.starts_with("ld-linux") || needed.starts_with("libkissfft") ||
+                                   needed.starts_with("libasan.so") || needed.starts_with("libubsan.so");
+        EXPECT_TRUE(of_the_system) << needed;
+    }
+    EXPECT_THAT(library.imported, Each(Not(StartsWith("tio_"))));
+}
+
+// The C library picks sine, exponential and power by processor, and their last bits differ: the same recording would
+// not give the same bytes everywhere. Square roots and roundings are exact and may be called.
+TEST(SharedLibrary, CallsNoFunctionWhoseLastBitDependsOnTheProcessor) {
+    const SharedObject library = read_shared_object(DONGLE_LIBRARY);
+    for (const char* name : {"sin", "cos", "sincos", "tan", "atan", "atan2", "exp", "exp2", "expm1", "log", "log2",
+                             "log10", "pow", "exp10"})
+        for (const char* suffix : {"", "f", "l"})
+            EXPECT_THAT(library.imported, Not(testing::Contains(std::string(name) + suffix)));
+}
+
+#if !defined(QUAVER_COVERAGE_BUILD)  // the counters of a coverage build allocate
+TEST(SharedLibrary, NeverAllocates) {
+    const SharedObject library = read_shared_object(DONGLE_LIBRARY);
+    for (const char* name : {"malloc", "calloc", "realloc", "aligned_alloc", "posix_memalign", "_Znwm", "_Znam"})
+        EXPECT_THAT(library.imported, Not(testing::Contains(name)));
+}
+#endif
+
+TEST(SharedLibrary, UsesNoCommonRandomNumbersAndNoClock) {
+    const SharedObject library = read_shared_object(DONGLE_LIBRARY);
+    for (const char* name : {"rand", "srand", "random", "drand48", "time", "clock_gettime", "gettimeofday"})
+        EXPECT_THAT(library.imported, Not(testing::Contains(name)));
+}
+
+TEST(SharedLibrary, LoadsInAProcessWithoutTheLineFunctions) {
+    for (const char* name : {"tio_open", "tio_speed", "tio_read", "tio_write", "tio_close"})
+        ASSERT_EQ(dlsym(RTLD_DEFAULT, name), nullptr) << name;
+    EXPECT_TRUE(DongleDoor().loaded);
+    EXPECT_THAT(decoded(story(10)), SizeIs(1600));
+}
+
+TEST(SoftwareDongle, AcceptsAnyPortTextAndAnySpeed) {
+    const std::string endless(100000, '/');
+    for (const char* port : {"", "/dev/ttyUSB0", "/nowhere/at all", "%s%n%d", "\xff\n\x1b", endless.c_str()})
+        for (const long speed : {0L, 1L, -1L, 230400L, LONG_MAX, LONG_MIN}) {
+            const DongleDoor dongle;
+            EXPECT_EQ(dongle.init(port, speed), 0) << speed;
+            EXPECT_THAT(decode_file(dongle, story(2)), SizeIs(320));
+            dongle.close(0);
+        }
+}
+
+TEST(SoftwareDongle, OpensNothing) {
+    const TempDir directory;
+    const std::string port = directory / "port";
+    const DongleDoor dongle;
+    const auto before = open_descriptors();
+    EXPECT_EQ(dongle.init(port.c_str(), 230400), 0);
+    dongle.hello();
+    EXPECT_EQ(open_descriptors(), before);
+    decode_file(dongle, story(2));
+    EXPECT_EQ(open_descriptors(), before);
+    dongle.close(0);
+    EXPECT_EQ(open_descriptors(), before);
+    EXPECT_FALSE(std::filesystem::exists(port));
+}
+
+TEST(SoftwareDongle, SaysNothingAtLevelZeroAndBelow) {
+    for (const int level : {0, -1, INT_MIN}) {
+        const Output output = output_at_level(level, story(5));
+        EXPECT_EQ(output.out, "");
+        EXPECT_EQ(output.err, "");
+    }
+}
+
+// Six clean frames with 1, 2 and 3 bits turned over, five wrecked ones (three repeats, two mutes), one to come back.
+TEST(SoftwareDongle, SaysOneLineAFileAtLevelOne) {
+    std::vector<AmbeFrameBytes> frames = story(12);
+    frames[1] = with_wrong_bits(frames[1], 0, 3, 1);
+    frames[3] = with_wrong_bits(frames[3], 0, 20, 2);
+    for (std::size_t k = 6; k < 11; ++k) frames[k] = wrecked(frames[k]);
+    const Output output = output_at_level(1, frames);
+    EXPECT_EQ(output.out, "");
+    const std::vector<std::string> lines = lines_of(output.err);
+    ASSERT_THAT(lines, SizeIs(1)) << output.err;
+    const std::vector<long> numbers = numbers_in(lines[0]);
+    ASSERT_THAT(numbers, SizeIs(4)) << lines[0];
+    EXPECT_EQ(numbers[0], 12) << "frames";
+    EXPECT_GE(numbers[1], 3) << "corrected bits";
+    EXPECT_EQ(numbers[2], 3) << "repeated";
+    EXPECT_EQ(numbers[3], 2) << "muted";
+    EXPECT_THAT(lines[0], HasSubstr("12 frames"));
+    EXPECT_THAT(lines[0], HasSubstr("3 repeated"));
+    EXPECT_THAT(lines[0], HasSubstr("2 muted"));
+}
+
+TEST(SoftwareDongle, CountsTheBitsThatItCorrected) {
+    std::vector<AmbeFrameBytes> frames = story(12);
+    EXPECT_EQ(numbers_in(output_at_level(1, frames).err).at(1), 0);
+    frames[1] = with_wrong_bits(frames[1], 0, 3, 1);
+    frames[3] = with_wrong_bits(frames[3], 0, 20, 2);
+    frames[5] = with_wrong_bits(frames[5], 1, 0, 3);
+    EXPECT_EQ(numbers_in(output_at_level(1, frames).err).at(1), 6);
+}
+
+TEST(SoftwareDongle, CountsEachFileForItself) {
+    const Output output = output_of([] {
+        const DongleDoor dongle;
+        dongle.debug(1);
+        EXPECT_EQ(dongle.init("", 0), 0);
+        decode_file(dongle, story(7));
+        decode_file(dongle, story(9));
+        dongle.close(0);
+    });
+    const std::vector<std::string> lines = lines_of(output.err);
+    ASSERT_THAT(lines, SizeIs(2));
+    EXPECT_EQ(numbers_in(lines[0]).at(0), 7);
+    EXPECT_EQ(numbers_in(lines[1]).at(0), 9);
+}
+
+TEST(SoftwareDongle, SaysALineAFrameFromLevelTwoOn) {
+    for (const int level : {2, 3, INT_MAX}) {
+        const Output output = output_at_level(level, story(9));
+        EXPECT_EQ(output.out, "");
+        EXPECT_THAT(lines_of(output.err), SizeIs(9 + 1)) << "nine frames and the file";
+    }
+}
+
+TEST(SoftwareDongle, DecodesTheSameBytesAtEveryLevel) {
+    const Pcm silent = decoded(story(20));
+    Pcm talkative;
+    output_of([&] {
+        const DongleDoor dongle;
+        dongle.debug(2);
+        EXPECT_EQ(dongle.init("", 0), 0);
+        talkative = decode_file(dongle, story(20));
+    });
+    EXPECT_EQ(talkative, silent);
+}
+
+TEST(SoftwareDongle, TwoRunsGiveTheSameBytes) {
+    const auto frames = raw_frames("recordings/greeting.ambe");
+    EXPECT_EQ(decoded(frames), decoded(frames));
+}
+
+// Byte for byte what a player that mirrors each byte back makes of the recording in the other storage order.
+TEST(SoftwareDongle, MirroredRecordingMirroredBackDecodesToTheSamePcm) {
+    auto frames = raw_frames("recordings/greeting_reversed.ambe");
+    for (AmbeFrameBytes& frame : frames)
+        for (std::uint8_t& byte : frame) {
+            unsigned mirror = 0;
+            for (unsigned bit = 0; bit < 8; ++bit) mirror |= (byte >> bit & 1u) << (7 - bit);
+            byte = static_cast<std::uint8_t>(mirror);
+        }
+    const Pcm pcm = decoded(frames);
+    EXPECT_THAT(pcm, SizeIs(335 * 160));
+    EXPECT_EQ(pcm, decoded(raw_frames("recordings/greeting.ambe")));
+}
+
+TEST(SoftwareDongle, RecordingInTheWrongBitOrderComesOutAlmostSilent) {
+    const Pcm pcm = decoded(raw_frames("recordings/greeting_reversed.ambe"));
+    const auto zeros = std::ranges::count(pcm, 0);
+    EXPECT_GT(static_cast<double>(zeros), 0.9 * static_cast<double>(pcm.size()));
+}
+
+TEST(SoftwareDongle, BothFormsOfTheGreetingDecodeToTheSamePcm) {
+    Pcm dvtool = decoded(dvtool_frames("recordings/greeting.dvtool"));
+    ASSERT_THAT(dvtool, SizeIs(336 * 160));
+    dvtool.resize(335 * 160);
+    EXPECT_EQ(dvtool, decoded(raw_frames("recordings/greeting.ambe")));
+}
