@@ -1,0 +1,513 @@
+// SPDX-License-Identifier: MIT
+#include "player/decode_pump.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "link/dongle.h"
+#include "player/walk.h"
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+constexpr Answer failed = {.length = -1};
+constexpr Answer nothing = {.length = 0};
+constexpr Answer wants_frame = {.length = 48, .type = 5};
+constexpr Answer pcm_block = {.length = 320, .type = 4};
+constexpr Answer timed_out = {.length = 34, .type = 1};
+constexpr Answer unknown = {.length = 7, .type = 7};
+
+constexpr Poll no_key = {};
+constexpr Poll key(int value) {
+    return {.result = 1, .key = value};
+}
+
+struct PumpRun : TempDir {
+    std::string directory = *this / "walk";
+    WalkOutcome outcome;
+
+    explicit PumpRun(const Walk& walk) : outcome(walk_pump(walk, directory)) {}
+
+    std::string input(std::size_t index = 0) const { return recording_path(directory, index); }
+    std::string output(std::size_t index = 0) const { return wave_path(directory, index); }
+
+    // All of standard output.
+    std::string printed() const {
+        std::string text;
+        for (const std::string& line : outcome.trace) {
+            if (line.rfind("stdout: ", 0) == 0) text += line.substr(8);
+        }
+        return text;
+    }
+
+    // What the state machine does, a word each: "spin" (with its poll), "recv", "send <n>" for frame n, and at the end
+    // the file's last words.
+    Lines steps() const {
+        Lines result;
+        for (const std::string& line : outcome.trace) {
+            if (line.rfind("poll keyboard", 0) == 0) result.push_back("spin");
+            if (line.rfind("dongle_recv", 0) == 0) result.push_back("recv");
+            if (line.rfind("ambe_send(packet, ", 0) == 0) {
+                result.push_back("send " + std::to_string(std::stoi(line.substr(18, 2), nullptr, 16)));
+            }
+        }
+        for (const char* words : {"DONE", "STOPPED", "TIMEOUT"}) {
+            if (printed().find(std::string(words) + "\\n") != std::string::npos) result.push_back(words);
+        }
+        return result;
+    }
+};
+
+// Of a raw recording of nine frames.
+Lines steps_of(const std::vector<Answer>& answers, const std::vector<Poll>& polls = {}) {
+    return PumpRun(raw_walk(9, answers, polls)).steps();
+}
+
+std::string frame_text(int number) {
+    const Bytes frame(ambe_frame_bytes, static_cast<std::uint8_t>(number));
+    return hex(frame.data(), frame.size());
+}
+
+Lines between(const Lines& trace, const std::string& first, const std::string& last) {
+    const auto from = std::find(trace.begin(), trace.end(), first);
+    const auto to = std::find(from, trace.end(), last);
+    return to == trace.end() ? Lines{"not found"} : Lines(from, to + 1);
+}
+
+bool holds(const Lines& trace, const std::string& line) {
+    return std::find(trace.begin(), trace.end(), line) != trace.end();
+}
+
+int count_starting_with(const Lines& trace, const std::string& start) {
+    return static_cast<int>(
+        std::count_if(trace.begin(), trace.end(), [&](const std::string& line) { return line.rfind(start, 0) == 0; }));
+}
+
+// A walk with no more answers than given ends with a failed receive, a "recv" more.
+
+}  // namespace
+
+// --- every row in state 2: the first receive of a file comes in it
+
+TEST(DecodePump, FailureWhereAFrameIsWantedEndsInSilence) {
+    const PumpRun run(raw_walk(9, {failed}));
+    EXPECT_EQ(run.steps(), (Lines{"spin", "recv"}));
+    EXPECT_EQ(run.printed(), "Converting file '" + run.input() + "' to '" + run.output() + "': |\\b");
+}
+
+TEST(DecodePump, NothingReceivedFirstReadsASecondFrameOverTheFirst) {
+    EXPECT_EQ(steps_of({nothing, wants_frame}), (Lines{"spin", "recv", "spin", "recv", "send 2", "spin", "recv"}));
+}
+
+TEST(DecodePump, RequestWhereAFrameIsWantedSendsTheFrameReadLast) {
+    EXPECT_EQ(steps_of({wants_frame}), (Lines{"spin", "recv", "send 1", "spin", "recv"}));
+}
+
+TEST(DecodePump, BlockWhereAFrameIsWantedKeepsTheFrameWaiting) {
+    EXPECT_EQ(steps_of({pcm_block, wants_frame}), (Lines{"spin", "recv", "recv", "send 1", "spin", "recv"}));
+}
+
+TEST(DecodePump, TimeOutWhereAFrameIsWantedEnds) {
+    EXPECT_EQ(steps_of({timed_out}), (Lines{"spin", "recv", "TIMEOUT"}));
+}
+
+TEST(DecodePump, UnknownPacketWhereAFrameIsWantedReadsTheNext) {
+    EXPECT_EQ(steps_of({unknown, wants_frame}), (Lines{"spin", "recv", "spin", "recv", "send 2", "spin", "recv"}));
+}
+
+// --- every row in state 3: a frame waits, read after one was sent
+
+TEST(DecodePump, FailureWhileAFrameWaitsEndsInSilence) {
+    EXPECT_EQ(steps_of({wants_frame, failed}), (Lines{"spin", "recv", "send 1", "spin", "recv"}));
+}
+
+TEST(DecodePump, NothingReceivedWhileAFrameWaitsReceivesAgainWithoutASpin) {
+    EXPECT_EQ(steps_of({wants_frame, nothing, nothing, wants_frame}),
+              (Lines{"spin", "recv", "send 1", "spin", "recv", "recv", "recv", "send 2", "spin", "recv"}));
+}
+
+TEST(DecodePump, RequestWhileAFrameWaitsSendsIt) {
+    EXPECT_EQ(steps_of({wants_frame, wants_frame}),
+              (Lines{"spin", "recv", "send 1", "spin", "recv", "send 2", "spin", "recv"}));
+}
+
+TEST(DecodePump, BlocksAreReceivedBackToBackWhileAFrameWaits) {
+    EXPECT_EQ(steps_of({wants_frame, pcm_block, pcm_block, wants_frame}),
+              (Lines{"spin", "recv", "send 1", "spin", "recv", "recv", "recv", "send 2", "spin", "recv"}));
+}
+
+TEST(DecodePump, TimeOutWhileAFrameWaitsEnds) {
+    EXPECT_EQ(steps_of({wants_frame, timed_out}), (Lines{"spin", "recv", "send 1", "spin", "recv", "TIMEOUT"}));
+}
+
+TEST(DecodePump, UnknownPacketDropsTheFrameThatWaits) {
+    EXPECT_EQ(steps_of({wants_frame, unknown, wants_frame}),
+              (Lines{"spin", "recv", "send 1", "spin", "recv", "spin", "recv", "send 3", "spin", "recv"}));
+}
+
+TEST(DecodePump, NothingReceivedAfterABlockReceivesAgain) {
+    EXPECT_EQ(steps_of({pcm_block, nothing, wants_frame}),
+              (Lines{"spin", "recv", "recv", "recv", "send 1", "spin", "recv"}));
+}
+
+// --- what counts as which packet
+
+TEST(DecodePump, PacketOfTheRightLengthAndAnotherTypeIsUnknown) {
+    const std::vector<Answer> packets = {
+        {.length = 48,  .type = 4         },
+        {.length = 48,  .type = 1         },
+        {.length = 48,  .keeps_type = true},
+        {.length = 320, .type = 5         },
+        {.length = 320, .type = 1         },
+        {.length = 320, .keeps_type = true},
+        {.length = 34,  .type = 4         },
+        {.length = 34,  .type = 5         },
+        {.length = 34,  .keeps_type = true},
+    };
+    for (const Answer& packet : packets) {
+        EXPECT_EQ(steps_of({packet, wants_frame}), (Lines{"spin", "recv", "spin", "recv", "send 2", "spin", "recv"}))
+            << packet.length << ", " << packet.type;
+        EXPECT_EQ(steps_of({wants_frame, packet, wants_frame}),
+                  (Lines{"spin", "recv", "send 1", "spin", "recv", "spin", "recv", "send 3", "spin", "recv"}))
+            << packet.length << ", " << packet.type;
+    }
+}
+
+TEST(DecodePump, EveryOtherLengthIsUnknown) {
+    std::vector<Answer> answers;
+    Lines expected;
+    for (int length = 1; length <= 401; length++) {
+        for (const int type : {1, 4, 5}) {
+            if ((length == 48 && type == 5) || (length == 320 && type == 4) || (length == 34 && type == 1)) continue;
+            answers.push_back({.length = length, .type = type});
+            expected.insert(expected.end(), {"spin", "recv"});
+        }
+    }
+    expected.insert(expected.end(), {"spin", "recv"});
+    EXPECT_EQ(PumpRun(raw_walk(static_cast<int>(answers.size()) + 1, answers)).steps(), expected);
+}
+
+TEST(DecodePump, TypeCountsForNothingWhenNothingOrAFailureIsReceived) {
+    for (const int type : {0, 1, 4, 5}) {
+        EXPECT_EQ(steps_of({
+                      {.length = 0, .type = type}
+        }),
+                  (Lines{"spin", "recv", "spin", "recv"}));
+        EXPECT_EQ(steps_of({
+                      {.length = -1, .type = type}
+        }),
+                  (Lines{"spin", "recv"}));
+        EXPECT_EQ(steps_of({
+                      {.length = -400, .type = type}
+        }),
+                  (Lines{"spin", "recv"}));
+    }
+}
+
+TEST(DecodePump, TypeIsPresetTo0AndTheCapacityIs400AtEveryReceive) {
+    const PumpRun run(raw_walk(9, {wants_frame, pcm_block, unknown, nothing, timed_out}));
+    EXPECT_EQ(count_starting_with(run.outcome.trace, "dongle_recv("), 5);
+    EXPECT_EQ(count_starting_with(run.outcome.trace, "dongle_recv(0, 400) = "), 5);
+}
+
+TEST(DecodePump, VocoderThatOnlySendsBlocksGetsNoFurtherFrame) {
+    std::vector<Answer> answers = {wants_frame};
+    answers.insert(answers.end(), 1000, pcm_block);
+    answers.push_back(wants_frame);
+    Lines expected = {"spin", "recv", "send 1", "spin"};
+    expected.insert(expected.end(), 1001, "recv");
+    expected.insert(expected.end(), {"send 2", "spin", "recv"});
+    EXPECT_EQ(steps_of(answers), expected);
+}
+
+TEST(DecodePump, EndOfTheRecordingEndsTheFile) {
+    const PumpRun run(raw_walk(2, {wants_frame, wants_frame, wants_frame}));
+    EXPECT_EQ(run.steps(), (Lines{"spin", "recv", "send 1", "spin", "recv", "send 2", "spin", "DONE"}));
+    EXPECT_EQ(run.outcome.results, std::vector<int>{0});
+}
+
+// --- keys
+
+TEST(DecodePump, SpaceStopsAtTheNextSpin) {
+    EXPECT_EQ(steps_of({wants_frame, wants_frame}, {no_key, key(' ')}),
+              (Lines{"spin", "recv", "send 1", "spin", "STOPPED"}));
+    EXPECT_EQ(steps_of({}, {key(' ')}), (Lines{"spin", "STOPPED"}));
+}
+
+TEST(DecodePump, EveryOtherKeyIsDropped) {
+    std::vector<Poll> polls;
+    for (int value = 0; value < 256; value++) {
+        if (value != ' ') polls.push_back(key(value));
+    }
+    const PumpRun run(raw_walk(300, std::vector<Answer>(299, wants_frame), polls));
+    EXPECT_EQ(count_starting_with(run.outcome.trace, "read 1 key"), 255);
+    EXPECT_EQ(count_starting_with(run.outcome.trace, "dongle_send"), 299);
+    EXPECT_EQ(run.printed().find("STOPPED"), std::string::npos);
+}
+
+TEST(DecodePump, EndOfInputAndAKeyboardThatFailsLetTheRunGoOn) {
+    const Lines on = {"spin", "recv", "send 1", "spin", "recv"};
+    EXPECT_EQ(steps_of({wants_frame}, {key(end_of_input), key(end_of_input)}), on);
+    EXPECT_EQ(steps_of({wants_frame}, {key(failed_read), key(failed_read)}), on);
+    EXPECT_EQ(steps_of(
+                  {
+                      wants_frame
+    },
+                  {{.result = -1, .key = ' '}, {.result = -1, .key = ' '}}),
+              on);
+}
+
+TEST(DecodePump, OneKeyIsReadATurnAndOnlyWhenOneWaits) {
+    const PumpRun run(raw_walk(9, {wants_frame, wants_frame}, {key('a'), no_key, key('b')}));
+    EXPECT_EQ(count_starting_with(run.outcome.trace, "poll keyboard"), 3);
+    EXPECT_EQ(count_starting_with(run.outcome.trace, "read 1 key"), 2);
+}
+
+TEST(DecodePump, NoKeyIsPolledBetweenBlocks) {
+    EXPECT_EQ(steps_of({pcm_block, pcm_block, pcm_block, wants_frame}, {no_key, key(' ')}),
+              (Lines{"spin", "recv", "recv", "recv", "recv", "send 1", "spin", "STOPPED"}));
+}
+
+// --- start and teardown
+
+TEST(DecodePump, ConversionStartsAndEndsInThisOrder) {
+    const PumpRun run(raw_walk(9, {wants_frame, timed_out}));
+    EXPECT_EQ(run.outcome.trace, (Lines{
+                                     "fopen(" + run.input() + ", rb)",
+                                     "fclose(" + run.input() + ")",
+                                     "fopen(" + run.input() + ", rb)",
+                                     "fopen(" + run.output() + ", wb)",
+                                     "fclose(" + run.output() + ")",
+                                     "fopen(" + run.output() + ", rb+)",
+                                     "ambe_init(packet, 1)",
+                                     "dongle_run(1)",
+                                     "tcgetattr",
+                                     "tcsetattr raw",
+                                     "stdout: Converting file '" + run.input() + "' to '" + run.output() + "': |\\b",
+                                     "poll keyboard = 0",
+                                     "dongle_recv(0, 400) = 48, 5",
+                                     "ambe_send(packet, " + frame_text(1) + ")",
+                                     "dongle_send(5, packet " + frame_text(1) + ", 48)",
+                                     "stdout: /\\b",
+                                     "poll keyboard = 0",
+                                     "dongle_recv(0, 400) = 34, 1",
+                                     "tcsetattr as found",
+                                     "stderr: > Stopping Dongle.\\n",
+                                     "dongle_run(0)",
+                                     "stderr: > Dongle stopped.\\n> Closing RIFF.\\n",
+                                     "fclose(" + run.output() + ")",
+                                     "stderr: > RIFF closed.\\n> Closing DVX.\\n",
+                                     "fclose(" + run.input() + ")",
+                                     "stderr: > DVX closed.\\n",
+                                     "stdout: TIMEOUT\\n",
+                                 }));
+    EXPECT_EQ(run.outcome.results, std::vector<int>{0});
+}
+
+TEST(DecodePump, PlayingStartsAndEndsInThisOrder) {
+    Walk walk = raw_walk(9, {failed});
+    walk.convert = false;
+    const PumpRun run(walk);
+    EXPECT_EQ(run.outcome.trace, (Lines{
+                                     "fopen(" + run.input() + ", rb)",
+                                     "fclose(" + run.input() + ")",
+                                     "fopen(" + run.input() + ", rb)",
+                                     "audio_start(pull_block, none)",
+                                     "ambe_init(packet, 1)",
+                                     "dongle_run(1)",
+                                     "tcgetattr",
+                                     "tcsetattr raw",
+                                     "stdout: Playing file '" + run.input() + "': |\\b",
+                                     "poll keyboard = 0",
+                                     "dongle_recv(0, 400) = -1, 0",
+                                     "tcsetattr as found",
+                                     "stderr: > Stopping Dongle.\\n",
+                                     "dongle_run(0)",
+                                     "stderr: > Dongle stopped.\\n> Stopping Audio.\\n",
+                                     "audio_stop",
+                                     "stderr: > Audio stopped.\\n> Closing DVX.\\n",
+                                     "fclose(" + run.input() + ")",
+                                     "stderr: > DVX closed.\\n",
+                                 }));
+    EXPECT_EQ(run.outcome.results, std::vector<int>{0});
+}
+
+TEST(DecodePump, EveryEndIsTornDownAlike) {
+    const Walk ends[] = {raw_walk(9, {failed}), raw_walk(9, {timed_out}), raw_walk(0, {}), raw_walk(1, {wants_frame}),
+                         raw_walk(9, {}, {key(' ')})};
+    for (Walk walk : ends) {
+        if (walk.recordings[0].content.empty()) walk.recordings[0].content = Bytes(10, 1);  // no frame, not short
+        const PumpRun run(walk);
+        EXPECT_EQ(between(run.outcome.trace, "tcsetattr as found", "stderr: > DVX closed.\\n"),
+                  (Lines{
+                      "tcsetattr as found",
+                      "stderr: > Stopping Dongle.\\n",
+                      "dongle_run(0)",
+                      "stderr: > Dongle stopped.\\n> Closing RIFF.\\n",
+                      "fclose(" + run.output() + ")",
+                      "stderr: > RIFF closed.\\n> Closing DVX.\\n",
+                      "fclose(" + run.input() + ")",
+                      "stderr: > DVX closed.\\n",
+                  }));
+        EXPECT_EQ(run.outcome.results, std::vector<int>{0});
+    }
+}
+
+TEST(DecodePump, RecordingThatCannotBeReadIsNeitherConvertedNorSentAnywhere) {
+    Walk walk;
+    walk.recordings = {{.kind = RecordingFile::Kind::missing}, {.content = Bytes(9, 1)}};
+    const PumpRun run(walk);
+    EXPECT_EQ(run.outcome.trace, (Lines{
+                                     "fopen(" + run.input(0) + ", rb) failed",
+                                     "stdout: Converting file '" + run.input(0) + "': NOT FOUND\\n",
+                                     "fopen(" + run.input(1) + ", rb)",
+                                     "fclose(" + run.input(1) + ")",
+                                     "stdout: Converting file '" + run.input(1) + "': SHORT FILE\\n",
+                                 }));
+    EXPECT_EQ(run.outcome.results, (std::vector<int>{-1, -1}));
+    EXPECT_EQ(run.outcome.wave_files, (std::vector<Bytes>{{}, {}}));
+}
+
+TEST(DecodePump, OutputThatCannotBeCreatedStartsNoVocoderAndTouchesNoConsole) {
+    Walk walk = raw_walk(9, {});
+    walk.recordings[0].kind = RecordingFile::Kind::output_in_the_way;
+    const PumpRun run(walk);
+    EXPECT_EQ(run.outcome.trace,
+              (Lines{
+                  "fopen(" + run.input() + ", rb)",
+                  "fclose(" + run.input() + ")",
+                  "fopen(" + run.input() + ", rb)",
+                  "fopen(" + run.output() + ", wb) failed",
+                  "fopen(" + run.output() + ", rb+) failed",
+                  "stderr: Unable to create file '" + run.output() + "' !\\n",
+                  "fclose(" + run.input() + ")",
+                  "stdout: Converting file '" + run.input() + "' to '" + run.output() + "': CANNOT CREATE\\n",
+              }));
+    EXPECT_EQ(run.outcome.results, std::vector<int>{-1});
+}
+
+TEST(DecodePump, AudioThatCannotStartLeavesTheRecordingOpen) {
+    Walk walk = raw_walk(9, {});
+    walk.convert = false;
+    walk.audio_start_result = -1;
+    const PumpRun run(walk);
+    EXPECT_EQ(run.outcome.trace, (Lines{
+                                     "fopen(" + run.input() + ", rb)",
+                                     "fclose(" + run.input() + ")",
+                                     "fopen(" + run.input() + ", rb)",
+                                     "audio_start(pull_block, none)",
+                                     "stdout: Playing file '" + run.input() + "': ERROR\\n",
+                                 }));
+    EXPECT_EQ(run.outcome.results, std::vector<int>{-1});
+}
+
+// --- spinner
+
+TEST(DecodePump, SpinnerTurnsAndFlushesAtEverySpin) {
+    const PumpRun run(raw_walk(9, {wants_frame, wants_frame, wants_frame, wants_frame, failed}));
+    Lines written;
+    for (const std::string& line : run.outcome.trace) {
+        if (line.rfind("stdout: ", 0) == 0) written.push_back(line.substr(8));
+    }
+    ASSERT_EQ(written.size(), 5u);
+    EXPECT_EQ(Lines(written.begin() + 1, written.end()), (Lines{"/\\b", "-\\b", "\\\\b", "|\\b"}));
+}
+
+TEST(DecodePump, SpinnerStartsAnewWithEachFile) {
+    Walk walk = raw_walk(9, {wants_frame, unknown, failed, failed});
+    walk.recordings.push_back(walk.recordings[0]);
+    const std::string printed = PumpRun(walk).printed();
+    EXPECT_NE(printed.find("0.wav': |\\b/\\b-\\bConverting"), std::string::npos) << printed;
+    EXPECT_NE(printed.find("1.wav': |\\b"), std::string::npos) << printed;
+}
+
+// --- frames and blocks
+
+TEST(DecodePump, FrameIsReversedJustBeforeItIsSent) {
+    Walk walk = raw_walk(0, {wants_frame, wants_frame});
+    walk.recordings[0].content = bytes({0x01, 0x0F, 0xA0, 0x80, 0xF0, 0x05, 0xFF, 0x00, 0x12, 0x34, 0x56, 0x78,
+                                        0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02});
+    walk.reverse_bits = true;
+    const Lines trace = PumpRun(walk).outcome.trace;
+    EXPECT_TRUE(holds(trace, "dongle_send(5, packet 80f005010fa0ff00482c6a1e, 48)"));
+    EXPECT_TRUE(holds(trace, "dongle_send(5, packet 404040404040404040404040, 48)"));
+}
+
+TEST(DecodePump, StaleBytesAreReversedAgainWhenTheyAreSentAgain) {
+    // A record with frame 01 01 ... and two empty ones.
+    Bytes content = bytes({'D', 'V', 'T', 'O', 'O', 'L', 0, 0, 0, 0, 0, 0, 27, 0});
+    content.insert(content.end(), 27, 1);
+    content.insert(content.end(), 4, 0);
+    Walk walk = raw_walk(0, {wants_frame, wants_frame, wants_frame, failed});
+    walk.recordings[0].content = content;
+    walk.reverse_bits = true;
+    Lines sent;
+    for (const std::string& line : PumpRun(walk).outcome.trace) {
+        if (line.rfind("ambe_send(packet, ", 0) == 0) sent.push_back(line.substr(18, 2));
+    }
+    EXPECT_EQ(sent, (Lines{"80", "01", "80"}));
+}
+
+TEST(DecodePump, BlocksReachTheWaveFileOnceTheByteAfterAStreamBlockComes) {
+    std::vector<Answer> answers(7, pcm_block);
+    for (std::size_t i = 0; i < answers.size(); i++) answers[i].seed = static_cast<std::uint8_t>(i * 40);
+    Bytes data;
+    for (const Answer& answer : answers) {
+        const Bytes packet = packet_bytes(answer.seed);
+        data.insert(data.end(), packet.begin(), packet.begin() + pcm_block_bytes);
+    }
+    for (std::size_t blocks = 1; blocks <= answers.size(); blocks++) {
+        const PumpRun run(raw_walk(9, {answers.begin(), answers.begin() + static_cast<std::ptrdiff_t>(blocks)}));
+        const std::size_t whole = (320 * blocks - 1) / 1024 * 1024;
+        const Bytes& wave = run.outcome.wave_files[0];
+        ASSERT_EQ(wave.size(), whole == 0 ? 36 : 44 + whole) << blocks;
+        EXPECT_TRUE(
+            std::equal(wave.begin() + std::min<std::ptrdiff_t>(44, std::ssize(wave)), wave.end(), data.begin()));
+    }
+}
+
+TEST(DecodePump, WhatOneFileLeavesInTheStreamGoesOutWithTheNext) {
+    Walk walk = raw_walk(9, {
+                                {.length = 320, .type = 4, .seed = 1},
+                                failed,
+                                {.length = 320, .type = 4, .seed = 2},
+                                pcm_block,
+                                pcm_block,
+                                failed
+    });
+    walk.recordings.push_back(walk.recordings[0]);
+    const PumpRun run(walk);
+    EXPECT_EQ(run.outcome.wave_files[0].size(), 36u);
+    const Bytes& second = run.outcome.wave_files[1];
+    ASSERT_EQ(second.size(), 44u + 1024u);
+    EXPECT_TRUE(std::equal(second.begin() + 44, second.begin() + 364, packet_bytes(1).begin()));
+    EXPECT_TRUE(std::equal(second.begin() + 364, second.begin() + 684, packet_bytes(2).begin()));
+}
+
+TEST(DecodePump, PlayedBlockIsPulledOnceThenSilenceAndANewerOneReplacesIt) {
+    const auto pull = [](Answer answer, int pulls, std::uint8_t seed) {
+        answer.pulls = pulls;
+        answer.seed = seed;
+        return answer;
+    };
+    Walk walk = raw_walk(9, {pull(pcm_block, 1, 1), pull(pcm_block, 0, 2), pull(nothing, 2, 0), pull(failed, 1, 0)});
+    walk.convert = false;
+    Lines pulled;
+    for (const std::string& line : PumpRun(walk).outcome.trace) {
+        if (line.rfind("pulled ", 0) == 0) pulled.push_back(line);
+    }
+    const Bytes second = packet_bytes(2);
+    EXPECT_EQ(pulled, (Lines{"pulled 320: silence", "pulled 320: " + block_text(second.data()), "pulled 320: silence",
+                             "pulled 320: silence"}));
+}
+
+TEST(DecodePump, NextFileStartsAfterOneThatFailed) {
+    Walk walk;
+    walk.recordings = {{.kind = RecordingFile::Kind::missing}, {.content = raw_frames(2)}};
+    walk.answers = {wants_frame};
+    const PumpRun run(walk);
+    EXPECT_EQ(run.outcome.results, (std::vector<int>{-1, 0}));
+    EXPECT_EQ(run.steps(), (Lines{"spin", "recv", "send 1", "spin", "recv"}));
+}

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+#include "player/walk.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+
+#include <filesystem>
+
+#include "link/dongle.h"
+#include "player/decode_pump.h"
+#include "player/player.h"
+#include "player/sink.h"
+
+namespace {
+
+void lay_out(const Walk& walk, const std::string& directory) {
+    std::filesystem::remove_all(directory);
+    std::filesystem::create_directory(directory);
+    for (std::size_t i = 0; i < walk.recordings.size(); i++) {
+        const RecordingFile& recording = walk.recordings[i];
+        if (recording.kind == RecordingFile::Kind::missing) continue;
+        write_file(recording_path(directory, i), recording.content);
+        if (recording.kind == RecordingFile::Kind::output_in_the_way) {
+            std::filesystem::create_directory(wave_path(directory, i));
+        }
+    }
+}
+
+// Nothing of an earlier walk is left for the audio layer to pull.
+void drain_block() {
+    std::uint8_t block[pcm_block_bytes];
+    pull_block(nullptr, block);
+}
+
+// The program never releases its stream; many walks in one process must.
+void release_stream(CodecStream* stream) {
+    free(stream->ibuff);
+    free(stream->obuff);
+    free(stream->codec_private);
+    free(stream);
+}
+
+}  // namespace
+
+std::string recording_path(const std::string& directory, std::size_t index) {
+    return directory + "/" + std::to_string(index) + ".ambe";
+}
+
+std::string wave_path(const std::string& directory, std::size_t index) {
+    return directory + "/" + std::to_string(index) + ".wav";
+}
+
+WalkOutcome walk_pump(const Walk& walk, const std::string& directory) {
+    lay_out(walk, directory);
+    drain_block();
+    WalkOutcome outcome;
+    Player player;
+    player.settings.write_mode = walk.convert;
+    player.settings.reverse_bits = walk.reverse_bits ? 1 : 0;
+    {
+        const TracedRun run({.answers = walk.answers,
+                             .polls = walk.polls,
+                             .audio_start_result = walk.audio_start_result,
+                             .packet = player.packet});
+        player_start_codec(player);
+        fflush(stdout);
+        surroundings().trace.clear();
+        for (std::size_t i = 0; i < walk.recordings.size(); i++) {
+            outcome.results.push_back(decode_file(player, recording_path(directory, i).c_str(), walk.convert));
+            fflush(stdout);
+        }
+        outcome.trace = surroundings().trace;
+        outcome.answers_given = surroundings().answers_given;
+    }
+    release_stream(player.stream);
+    for (std::size_t i = 0; i < walk.recordings.size(); i++) {
+        const std::string path = wave_path(directory, i);
+        outcome.wave_files.push_back(std::filesystem::is_regular_file(path) ? read_file(path) : Bytes{});
+    }
+    return outcome;
+}
+
+Bytes raw_frames(int count) {
+    Bytes content;
+    for (int i = 1; i <= count; i++) content.insert(content.end(), ambe_frame_bytes, static_cast<std::uint8_t>(i));
+    return content;
+}
+
+Walk raw_walk(int frames, const std::vector<Answer>& answers, const std::vector<Poll>& polls) {
+    Walk walk;
+    walk.recordings.push_back({.content = raw_frames(frames)});
+    walk.answers = answers;
+    walk.polls = polls;
+    return walk;
+}
