@@ -22,10 +22,10 @@ constexpr std::int16_t coded_bits = 4;
 constexpr std::int16_t pcm_bits = 16;
 constexpr std::uint32_t header_bytes = 4;
 
-constexpr int code_sign = 8;
-constexpr int code_magnitude = 7;
+constexpr unsigned code_sign = 8;
+constexpr unsigned code_magnitude = 7;
+constexpr unsigned code_mask = 0x0F;
 constexpr int code_bits = 4;
-constexpr int code_mask = 0x0F;
 
 // The private block; all zero at init.
 struct ImaAdpcmState {
@@ -57,10 +57,24 @@ constexpr int last_step_index = step_sizes.size() - 1;
 static_assert(step_sizes[0] == 7 && step_sizes[last_step_index] == 32767);
 static_assert(std::ranges::is_sorted(step_sizes));
 
+using StepRow = std::array<std::uint8_t, index_steps.size()>;
+
+constexpr std::array<StepRow, step_sizes.size()> follow_index_steps() {
+    std::array<StepRow, step_sizes.size()> next = {};
+    for (unsigned row = 0; row < step_sizes.size(); ++row)
+        for (unsigned code = 0; code < index_steps.size(); ++code)
+            next[row][code] =
+                static_cast<std::uint8_t>(std::clamp(static_cast<int>(row) + index_steps[code], 0, last_step_index));
+    return next;
+}
+
+// The step index after each step index and code: index_steps, kept inside step_sizes. The next sample waits for it.
+constexpr std::array<StepRow, step_sizes.size()> next_step_index = follow_index_steps();
+
 // The state while a block is coded.
 struct Coder {
     int predictor;
-    int step_index;
+    unsigned step_index;
 };
 
 ImaAdpcmState& state_of(CodecStream& stream) {
@@ -68,7 +82,7 @@ ImaAdpcmState& state_of(CodecStream& stream) {
 }
 
 Coder load_coder(const ImaAdpcmState& state) {
-    return {state.predictor, std::min<int>(state.step_index, last_step_index)};
+    return {state.predictor, std::min<unsigned>(state.step_index, last_step_index)};
 }
 
 void store_coder(ImaAdpcmState& state, const Coder& coder) {
@@ -76,11 +90,13 @@ void store_coder(ImaAdpcmState& state, const Coder& coder) {
     state.step_index = static_cast<std::uint16_t>(coder.step_index);
 }
 
+// What runs once a sample is kept in line: through memory, the state would make the next sample wait.
+
 // Moves the predictor by the difference that the code stands for, the step index by the code's row.
-void advance(Coder& coder, int code, int difference) {
+[[gnu::always_inline]] inline void advance(Coder& coder, unsigned code, int difference) {
     const int moved = (code & code_sign) != 0 ? coder.predictor - difference : coder.predictor + difference;
     coder.predictor = std::clamp<int>(moved, INT16_MIN, INT16_MAX);
-    coder.step_index = std::clamp(coder.step_index + index_steps[static_cast<unsigned>(code)], 0, last_step_index);
+    coder.step_index = next_step_index[coder.step_index][code];
 }
 
 //   offset   0           2            3          4
@@ -89,28 +105,34 @@ void advance(Coder& coder, int code, int difference) {
 //          └───────────┴────────────┴──────────┴───────┘
 // A step index that no row has is taken as the last row.
 Coder coder_of_header(const std::uint8_t* header) {
-    return {load_sample(header), std::min<int>(header[2], last_step_index)};
+    return {load_sample(header), std::min<unsigned>(header[2], last_step_index)};
 }
 
-std::int16_t decode_code(Coder& coder, int code) {
-    const int step = step_sizes[static_cast<unsigned>(coder.step_index)];
-    advance(coder, code, (((code & code_magnitude) * step) >> 2) + (step >> 3));
+[[gnu::always_inline]] inline std::int16_t decode_code(Coder& coder, unsigned code) {
+    const int step = step_sizes[coder.step_index];
+    const auto magnitude = static_cast<int>(code & code_magnitude);
+    advance(coder, code, ((magnitude * step) >> 2) + (step >> 3));
     return static_cast<std::int16_t>(coder.predictor);
 }
 
-int encode_sample(Coder& coder, int sample) {
-    const int step = step_sizes[static_cast<unsigned>(coder.step_index)];
-    int rest = sample - coder.predictor;
-    int code = rest < 0 ? code_sign : 0;
-    rest = std::abs(rest);
-    int difference = step >> 3;
-    for (int bit = 4, part = step; bit > 0; bit >>= 1, part >>= 1) {
-        if (rest < part) continue;
-        code |= bit;
-        rest -= part;
-        difference += part;
-    }
-    advance(coder, code, difference);
+// Takes from `rest` the part of the step that a bit of the code stands for, if it reaches it; returns the bit. Without a
+// branch: which way it goes is as good as chance.
+[[gnu::always_inline]] inline unsigned take_part(int& rest, int part) {
+    const int beyond = rest - part;
+    rest = beyond < 0 ? rest : beyond;
+    return static_cast<unsigned>(1 + (beyond >> 31));
+}
+
+[[gnu::always_inline]] inline unsigned encode_sample(Coder& coder, int sample) {
+    const int step = step_sizes[coder.step_index];
+    const unsigned sign = sample < coder.predictor ? code_sign : 0;
+    const int distance = std::abs(sample - coder.predictor);
+    int rest = distance;
+    const unsigned whole = take_part(rest, step);
+    const unsigned half = take_part(rest, step >> 1);
+    const unsigned quarter = take_part(rest, step >> 2);
+    const unsigned code = sign | whole << 2 | half << 1 | quarter;
+    advance(coder, code, distance - rest + (step >> 3));
     return code;
 }
 
@@ -127,7 +149,7 @@ std::uint32_t ima_adpcm_decode(CodecStream& stream, const std::uint8_t* in, std:
     }
     for (std::uint32_t i = 0; i < count; ++i, out += pcm_bytes_per_code_byte) {
         store_sample(out, decode_code(coder, in[i] & code_mask));
-        store_sample(out + sample_bytes, decode_code(coder, in[i] >> code_bits));
+        store_sample(out + sample_bytes, decode_code(coder, static_cast<unsigned>(in[i]) >> code_bits));
     }
     store_coder(state, coder);
     state.reserved = 0;
@@ -142,8 +164,8 @@ std::uint32_t ima_adpcm_encode(CodecStream& stream, const std::uint8_t* in, std:
     Coder coder = load_coder(state);
     const std::uint32_t samples = samples_in(count);
     for (std::uint32_t i = 0; i < samples; i += 2) {
-        const int high = encode_sample(coder, load_sample(in + sample_bytes * i));
-        const int low = i + 1 < samples ? encode_sample(coder, load_sample(in + sample_bytes * (i + 1))) : 0;
+        const unsigned high = encode_sample(coder, load_sample(in + sample_bytes * i));
+        const unsigned low = i + 1 < samples ? encode_sample(coder, load_sample(in + sample_bytes * (i + 1))) : 0;
         *out++ = static_cast<std::uint8_t>(high << code_bits | low);
     }
     store_coder(state, coder);
