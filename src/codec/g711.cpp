@@ -136,6 +136,8 @@ std::uint32_t g711_decode(CodecStream& stream, const std::uint8_t* in, std::uint
 std::uint32_t g711_encode(CodecStream& stream, const std::uint8_t* in, std::uint8_t* out, std::uint32_t count) {
     const std::uint8_t* map = static_cast<const G711State*>(stream.codec_private)->encode_map;
     const std::uint32_t samples = samples_in(count);
+// Unrolled: a look-up is so short that the loop itself would cost a fifth of the time.
+#pragma GCC unroll 8
     for (std::uint32_t i = 0; i < samples; ++i)
         out[i] = map[static_cast<std::uint16_t>(load_sample(in + sample_bytes * i))];
     return samples;
