@@ -54,7 +54,7 @@ std::int16_t magnitude_of(std::int16_t sample) {
 // The highest bit set among bits 13 down to `lowest`, or `none`.
 int highest_bit(int value, int lowest, int none) {
     const auto bits = static_cast<unsigned>(value) & 0x3FFFu & (~0u << lowest);
-    return bits != 0 ? std::bit_width(bits) - 1 : none;
+    return bits != 0 ? static_cast<int>(std::bit_width(bits)) - 1 : none;
 }
 
 std::uint8_t ulaw_compress(std::int16_t sample) {
