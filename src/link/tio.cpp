@@ -12,49 +12,14 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <iterator>
+
+#include "link/speed_table.h"
 
 namespace {
 
 constexpr int closed_line = -1;
 constexpr int last_error_bytes = 128;
 constexpr int timed_out_result = 1;
-
-struct SpeedRow {
-    const char* name;
-    int code;
-};
-
-// clang-format off
-constexpr SpeedRow speed_table[] = {
-    {"0",       B0},
-    {"50",      B50},
-    {"75",      B75},
-    {"110",     B110},
-    {"134",     B134},
-    {"150",     B150},
-    {"200",     B200},
-    {"300",     B300},
-    {"600",     B600},
-    {"1200",    B1200},
-    {"1800",    B1800},
-    {"2400",    B2400},
-    {"4800",    B4800},
-    {"9600",    B9600},
-    {"19200",   B19200},
-    {"38400",   B38400},
-    {"57600",   B57600},
-    {"115200",  B115200},
-    {"230400",  B230400},
-    {"exta",    EXTA},
-    {"EXTA",    EXTA},
-    {"extb",    EXTB},
-    {"EXTB",    EXTB},
-    {nullptr,   0},         // end
-};
-// clang-format on
-
-static_assert(std::ranges::all_of(speed_table, [](const SpeedRow& row) { return row.code >= 0; }));
 
 // Raw mode, as the bits that the rest of the world sees.
 constexpr tcflag_t cooked_local_flags = ICANON | ECHO | ECHOE | ECHOK | ECHONL | ECHOCTL | ECHOPRT | ECHOKE;
@@ -112,9 +77,12 @@ char first_character(const char* text) {
     return text == nullptr ? '\0' : text[0];
 }
 
+// The reason stands in the text unless the close has a failure of its own to tell; errno is that of the reason.
 int abandon_open(const char* reason) {
+    const int reason_errno = errno;
     snprintf(last_error, sizeof last_error, "%s", reason);
     tio_close();
+    errno = reason_errno;
     return -1;
 }
 
@@ -200,6 +168,7 @@ int tio_open(const char* path) {
         return -1;
     }
     line = descriptor;
+    // Kept: the close that follows a failure here applies what was saved before, or nothing but zeros.
     if (TIO_Gstate(line, &saved_state) < 0) return abandon_open("Unable to save state");
 
     working_state = saved_state;
