@@ -22,32 +22,53 @@ double power_db(double power) {
     return 10 * std::log10(power + 1e-12);
 }
 
-// Radix-2 transform, decimation in time; the length is a power of two.
-void transform(Spectrum& x) {
-    if (x.size() == 1) return;
-    Spectrum even(x.size() / 2), odd(x.size() / 2);
-    for (std::size_t i = 0; i < even.size(); ++i) {
-        even[i] = x[2 * i];
-        odd[i] = x[2 * i + 1];
-    }
-    transform(even);
-    transform(odd);
-    for (std::size_t k = 0; k < even.size(); ++k) {
-        const auto turned = odd[k] * std::polar(1.0, -2 * pi * static_cast<double>(k) / static_cast<double>(x.size()));
-        x[k] = even[k] + turned;
-        x[k + even.size()] = even[k] - turned;
-    }
+constexpr std::size_t largest_transform = 512;
+
+// e^(-2 pi i k / 512)
+const Spectrum& roots() {
+    static const Spectrum table = [] {
+        Spectrum values;
+        for (std::size_t k = 0; k < largest_transform; ++k)
+            values.push_back(std::polar(1.0, -2 * pi * static_cast<double>(k) / largest_transform));
+        return values;
+    }();
+    return table;
 }
 
-// |X|^2 of one Hann-windowed piece, padded with zeros to `size`.
+// Radix-2 transform, decimation in frequency: the bins come out with their numbers' bits reversed.
+void transform(std::span<std::complex<double>> x) {
+    for (std::size_t half = x.size() / 2; half > 0; half /= 2)
+        for (std::size_t start = 0; start < x.size(); start += 2 * half)
+            for (std::size_t k = start; k < start + half; ++k) {
+                const std::complex<double> difference = x[k] - x[k + half];
+                x[k] += x[k + half];
+                x[k + half] = difference * roots()[(k - start) * (largest_transform / 2 / half)];
+            }
+}
+
+std::size_t reversed_bits(std::size_t number, std::size_t size) {
+    std::size_t reversed = 0;
+    for (std::size_t bit = 1; bit < size; bit *= 2) reversed = 2 * reversed + ((number & bit) != 0 ? 1 : 0);
+    return reversed;
+}
+
+// Hann window of 256 without its zeros.
+const Signal& hann_256() {
+    static const Signal table = [] {
+        Signal values;
+        for (int n = 1; n <= 256; ++n) values.push_back(0.5 - 0.5 * std::cos(2 * pi * n / 257));
+        return values;
+    }();
+    return table;
+}
+
+// |X|^2 of 256 samples under the window, padded with zeros to `size`.
 Signal power_spectrum(std::span<const double> piece, std::size_t size) {
     Spectrum x(size);
-    const double span = static_cast<double>(piece.size()) + 1;
-    for (std::size_t n = 0; n < piece.size(); ++n)
-        x[n] = piece[n] * (0.5 - 0.5 * std::cos(2 * pi * static_cast<double>(n + 1) / span));
+    for (std::size_t n = 0; n < piece.size(); ++n) x[n] = piece[n] * hann_256()[n];
     transform(x);
     Signal power(size / 2 + 1);
-    for (std::size_t k = 0; k < power.size(); ++k) power[k] = std::norm(x[k]);
+    for (std::size_t k = 0; k < power.size(); ++k) power[k] = std::norm(x[reversed_bits(k, size)]);
     return power;
 }
 
@@ -110,19 +131,31 @@ constexpr std::size_t stoi_bands = 15;      // third octaves from 150 Hz
 constexpr std::size_t stoi_segment = 30;    // frames: 384 ms
 constexpr double stoi_clip = 1 + 5.623413;  // 1 + 10^(15/20)
 
-// 8000 to 10000 Hz by a Hann-windowed sinc over 64 samples.
+constexpr std::ptrdiff_t sinc_reach = 32;
+
+// Hann-windowed sinc for the five places that a sample at 10 kHz can have between two at 8 kHz.
+std::array<Signal, 5> sinc_rows() {
+    std::array<Signal, 5> rows;
+    for (std::size_t phase = 0; phase < rows.size(); ++phase)
+        for (std::ptrdiff_t k = 1 - sinc_reach; k <= sinc_reach; ++k) {
+            const double distance = static_cast<double>(k) - static_cast<double>(phase) / 5;
+            const double sinc = distance == 0 ? 1 : std::sin(pi * distance) / (pi * distance);
+            rows[phase].push_back(sinc * (0.5 + 0.5 * std::cos(pi * distance / sinc_reach)));
+        }
+    return rows;
+}
+
+// From 8000 to 10000 Hz.
 Signal to_10khz(std::span<const double> signal) {
-    constexpr std::ptrdiff_t reach = 32;
+    static const std::array<Signal, 5> rows = sinc_rows();
     Signal result(signal.size() * 5 / 4);
     for (std::size_t m = 0; m < result.size(); ++m) {
-        const auto whole = static_cast<std::ptrdiff_t>(m * 4 / 5);
-        const double fraction = static_cast<double>(m * 4 % 5) / 5;
-        for (std::ptrdiff_t k = 1 - reach; k <= reach; ++k) {
-            const std::ptrdiff_t at = whole + k;
-            if (at < 0 || at >= static_cast<std::ptrdiff_t>(signal.size())) continue;
-            const double distance = static_cast<double>(k) - fraction;
-            const double sinc = distance == 0 ? 1 : std::sin(pi * distance) / (pi * distance);
-            result[m] += signal[static_cast<std::size_t>(at)] * sinc * (0.5 + 0.5 * std::cos(pi * distance / reach));
+        const std::ptrdiff_t first = static_cast<std::ptrdiff_t>(m * 4 / 5) + 1 - sinc_reach;
+        const Signal& row = rows[m * 4 % 5];
+        for (std::size_t k = 0; k < row.size(); ++k) {
+            const std::ptrdiff_t at = first + static_cast<std::ptrdiff_t>(k);
+            if (at >= 0 && at < static_cast<std::ptrdiff_t>(signal.size()))
+                result[m] += row[k] * signal[static_cast<std::size_t>(at)];
         }
     }
     return result;
@@ -144,10 +177,7 @@ std::vector<std::size_t> speech_frames(std::span<const double> clean) {
 Signal without_silence(std::span<const double> signal, const std::vector<std::size_t>& frames) {
     Signal result((frames.size() - 1) * stoi_hop + stoi_window);
     for (std::size_t k = 0; k < frames.size(); ++k)
-        for (std::size_t n = 0; n < stoi_window; ++n) {
-            const double window = 0.5 - 0.5 * std::cos(2 * pi * static_cast<double>(n + 1) / (stoi_window + 1));
-            result[k * stoi_hop + n] += window * signal[frames[k] + n];
-        }
+        for (std::size_t n = 0; n < stoi_window; ++n) result[k * stoi_hop + n] += hann_256()[n] * signal[frames[k] + n];
     return result;
 }
 
