@@ -24,8 +24,9 @@ struct SpeechModel {
     float gain;                            // gamma
 };
 
-// Turns times 2^32, of turns from 0 to 1.
-constexpr std::uint32_t phase_of_turns(double turns) {
+// Turns times 2^32, of turns from 0 to 1. Always inlined: no copy of it may be compiled for one processor and be called
+// on another.
+[[gnu::always_inline]] constexpr std::uint32_t phase_of_turns(double turns) {
     return static_cast<std::uint32_t>(turns * 0x1p32 + 0.5);
 }
 

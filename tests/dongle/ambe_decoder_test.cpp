@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: MIT
+#include "ambe_decoder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <random>
+
+#include "dongle/arithmetic_versions.h"
+#include "dongle/frame_maker.h"
+
+namespace {
+
+// A loud vowel, frame 50 of the golden story, and frames that cannot be believed.
+constexpr std::uint64_t voice_bits = 0xB6C7DC4875F5;
+const FrameOfBytes voice = frame_of_voice_bits(voice_bits);
+const FrameOfBytes bad = with_errors(voice, 0xF, 0);
+const FrameOfBytes three_and_three = with_errors(voice, 7, 7);
+
+// Tone frames have b0 = 126 or 127 (v0..v5 all ones); index 64 of volume 232 is 1000 Hz.
+FrameOfBytes tone_frame(unsigned index, unsigned volume) {
+    const std::uint64_t gain_and_shape = index << 8 | volume;  // b2, b3, the top bit of b4
+    const std::uint64_t b2 = gain_and_shape >> 10;
+    const std::uint64_t b3 = gain_and_shape >> 1 & 0x1FF;
+    const std::uint64_t b4 = (gain_and_shape & 1) << 6;
+    return frame_of_voice_bits(0x3FULL << 42 | b2 >> 2 << 38 | (b2 & 3) << 5 | b3 >> 2 << 31 | (b3 & 3) << 3 |
+                               b4 >> 2 << 26 | (b4 & 3) << 1);
+}
+
+double finite_sum(const AmbeDecoder& decoder) {
+    double sum = static_cast<double>(decoder.model.gain) + decoder.smoothing_energy + decoder.error_rate;
+    for (const float x : decoder.model.log2_magnitude) sum += static_cast<double>(x);
+    for (const float x : decoder.spoken.magnitude) sum += static_cast<double>(x);
+    for (const float x : decoder.synthesis.unvoiced_before) sum += static_cast<double>(x);
+    return sum;
+}
+
+}  // namespace
+
+class AmbeDecoderTest : public ArithmeticVersions {
+  protected:
+    void SetUp() override {
+        ArithmeticVersions::SetUp();
+        if (!IsSkipped()) ambe_decoder_start(decoder, version());
+    }
+
+    FrameAction decode(const FrameOfBytes& frame) {
+        ambe_decode(decoder, frame, samples);
+        return decoder.action;
+    }
+    int loudest() const {
+        int loudest = 0;
+        for (const std::int16_t sample : samples) loudest = std::max(loudest, std::abs(sample));
+        return loudest;
+    }
+
+    AmbeDecoder decoder;
+    std::int16_t samples[frame_samples];
+};
+INSTANTIATE_TEST_SUITE_P(Versions, AmbeDecoderTest, every_version, version_name);
+
+TEST_P(AmbeDecoderTest, ThreeBadFramesAreRepeatsAndTheFourthIsMute) {
+    for (int i = 0; i < 10; i++) ASSERT_EQ(decode(voice), FrameAction::voice);
+    EXPECT_EQ(decode(bad), FrameAction::repeat);
+    EXPECT_EQ(decode(bad), FrameAction::repeat);
+    EXPECT_EQ(decode(bad), FrameAction::repeat);
+    EXPECT_GT(loudest(), 1000);
+    EXPECT_EQ(decode(bad), FrameAction::mute);
+    EXPECT_GT(loudest(), 100);  // fades out
+    EXPECT_EQ(decode(bad), FrameAction::mute);
+    EXPECT_EQ(loudest(), 0);
+    EXPECT_EQ(decode(voice), FrameAction::voice);
+    EXPECT_EQ(decode(bad), FrameAction::repeat);
+    EXPECT_EQ(decoder.counts.frames, 17);
+    EXPECT_EQ(decoder.counts.repeated, 4);
+    EXPECT_EQ(decoder.counts.muted, 2);
+}
+
+TEST_P(AmbeDecoderTest, ThreeErrorsInBothWordsMakeABadFrame) {
+    decode(voice);
+    EXPECT_EQ(decode(three_and_three), FrameAction::repeat);
+    EXPECT_EQ(decode(with_errors(voice, 7, 3)), FrameAction::voice);
+    EXPECT_EQ(decode(with_errors(voice, 3, 7)), FrameAction::voice);
+    EXPECT_EQ(decode(with_errors(voice, 0, 15)), FrameAction::repeat);
+    EXPECT_EQ(decoder.counts.corrected_bits, 6 + 5 + 5);
+}
+
+TEST_P(AmbeDecoderTest, RepeatLeavesThePredictionAsItWas) {
+    for (int i = 0; i < 5; i++) decode(voice);
+    const SpeechModel before = decoder.model;
+    decode(bad);
+    EXPECT_TRUE(
+        std::equal(before.log2_magnitude, before.log2_magnitude + harmonic_slots, decoder.model.log2_magnitude));
+    EXPECT_EQ(decoder.model.gain, before.gain);
+}
+
+TEST_P(AmbeDecoderTest, HighErrorRateMutesGoodFramesUntilItHasFallen) {
+    // 0.05 / 48 * 5 a frame tends to 0.104, which is above 0.096.
+    const FrameOfBytes damaged = with_errors(voice, 7, 3);
+    int spoken = 0;
+    while (decode(damaged) == FrameAction::voice) ASSERT_LT(++spoken, 1000);
+    EXPECT_EQ(decoder.action, FrameAction::mute);
+    EXPECT_GT(decoder.error_rate, 0.096F);
+    EXPECT_EQ(decode(damaged), FrameAction::mute);
+    EXPECT_EQ(loudest(), 0);
+    // One clean frame takes a twentieth of the rate away, which is enough.
+    EXPECT_EQ(decode(voice), FrameAction::voice);
+}
+
+TEST_P(AmbeDecoderTest, BadFramesBeforeTheFirstGoodOneAreSilent) {
+    EXPECT_EQ(decode(bad), FrameAction::repeat);
+    EXPECT_EQ(loudest(), 0);
+    EXPECT_EQ(decode(bad), FrameAction::repeat);
+    EXPECT_EQ(loudest(), 0);
+}
+
+TEST_P(AmbeDecoderTest, ToneFramesSoundAndResetTheModel) {
+    for (int i = 0; i < 10; i++) decode(voice);
+    const FrameOfBytes tone = tone_frame(64, 232);
+    EXPECT_EQ(decode(tone), FrameAction::tone);
+    EXPECT_EQ(decode(tone), FrameAction::tone);
+    EXPECT_NEAR(loudest(), 6650, 70);
+    EXPECT_EQ(decoder.model.gain, 0.0F);
+    for (const float x : decoder.model.log2_magnitude) ASSERT_EQ(x, 0.0F);
+}
+
+TEST_P(AmbeDecoderTest, ToneFramesWithManyErrorsOrUnknownIndexAreBad) {
+    const FrameOfBytes tone = tone_frame(64, 232);
+    EXPECT_EQ(decode(with_errors(tone, 1, 1)), FrameAction::tone);
+    EXPECT_EQ(decode(with_errors(tone, 0, 3)), FrameAction::tone);
+    EXPECT_EQ(decode(with_errors(tone, 3, 0)), FrameAction::repeat);
+    EXPECT_EQ(decode(with_errors(tone, 1, 3)), FrameAction::repeat);
+    decode(voice);
+    EXPECT_EQ(decode(tone_frame(36, 232)), FrameAction::repeat);
+    EXPECT_EQ(decode(tone_frame(155, 232)), FrameAction::repeat);
+}
+
+TEST_P(AmbeDecoderTest, StartMakesItAFreshDecoder) {
+    std::vector<std::int16_t> first;
+    for (int run = 0; run < 2; run++) {
+        ambe_decoder_start(decoder, version());
+        std::vector<std::int16_t> pcm;
+        for (int i = 0; i < 30; i++) {
+            decode(i % 7 == 6 ? bad : voice);
+            pcm.insert(pcm.end(), samples, samples + frame_samples);
+        }
+        if (run == 0) first = pcm;
+        EXPECT_EQ(pcm, first);
+    }
+}
+
+// Whatever the bits, the state stays finite and the magnitudes within their limit: then so do the samples.
+class AmbeDecoderStress : public AmbeDecoderTest {
+  protected:
+    void decode_and_check(const FrameOfBytes& frame) {
+        decode(frame);
+        ASSERT_TRUE(std::isfinite(finite_sum(decoder)));
+        double amplitude = 0;
+        for (const float x : decoder.spoken.magnitude) amplitude += static_cast<double>(x);
+        ASSERT_LE(amplitude, 20480 * 1.0001);
+        ASSERT_GE(*std::min_element(samples, samples + frame_samples), -32767);
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Versions, AmbeDecoderStress, testing::Values(&arithmetic_of_this_processor()), version_name);
+
+TEST_P(AmbeDecoderStress, MillionFramesOfArbitraryBytes) {
+    std::mt19937 random(20240501);
+    for (int i = 0; i < 1000000; i++) {
+        FrameOfBytes frame;
+        for (std::uint8_t& byte : frame) byte = static_cast<std::uint8_t>(random());
+        decode_and_check(frame);
+        if (HasFatalFailure()) FAIL() << "frame " << i;
+    }
+}
+
+TEST_P(AmbeDecoderStress, ArbitraryVoiceBitsOnACleanChannel) {
+    std::mt19937_64 random(20240502);
+    for (int i = 0; i < 200000; i++) {
+        decode_and_check(frame_of_voice_bits(random() >> 16));
+        if (HasFatalFailure()) FAIL() << "frame " << i;
+    }
+}
+
+TEST_P(AmbeDecoderStress, LoudestFieldsAgainAndAgain) {
+    // All ones but for the pitch, then all pitches in turn with the highest gain.
+    for (int i = 0; i < 2000; i++) {
+        const auto pitch = static_cast<std::uint64_t>(i % 124);
+        decode_and_check(frame_of_voice_bits((pitch >> 1) << 42 | 0x3FFFFFFFFFEULL | (pitch & 1)));
+        if (HasFatalFailure()) FAIL() << "frame " << i;
+    }
+}

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: MIT
+#include "ambe_frame.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <random>
+
+#include "dongle/golden_table.h"
+
+namespace {
+
+FrameOfBytes frame_of_hex(const std::string& hex) {
+    FrameOfBytes bytes{};
+    for (std::size_t i = 0; i < hex.size() / 2; i++)
+        bytes[i] = static_cast<std::uint8_t>(std::stoi(hex.substr(2 * i, 2), nullptr, 16));
+    return bytes;
+}
+
+// The scrambler with plain numbers instead of bit masks.
+std::uint32_t sequence_by_arithmetic(long data) {
+    long x = 16 * data;
+    long sequence = 0;
+    for (int i = 1; i <= 24; i++) {
+        x = (173 * x + 13849) % 65536;
+        sequence = 2 * sequence + x / 32768;
+    }
+    return static_cast<std::uint32_t>(sequence);
+}
+
+// Bit p of the stream belongs to row p / 6 and column q = p mod 6: bit p / 6 + 12 (q mod 2) of word q / 2.
+ChannelWords words_bit_by_bit(const FrameOfBytes& bytes) {
+    std::uint32_t words[3] = {};
+    for (std::size_t p = 0; p < 72; p++) {
+        const std::uint32_t bit = bytes[p / 8] >> (7 - p % 8) & 1U;
+        words[p % 6 / 2] |= bit << (23 - (p / 6 + 12 * (p % 6 % 2)));
+    }
+    return {words[0], words[1], words[2]};
+}
+
+}  // namespace
+
+TEST(AmbeFrame, WordsOfTheSilenceFrameOfRadioGear) {
+    const ChannelWords words = ambe_deinterleave(frame_of_hex("9e8d3288261a3f61e8000000"));
+    EXPECT_EQ(words.c0, 0xF85334U);
+    EXPECT_EQ(words.c1, 0x439A0EU);
+    EXPECT_EQ(words.c2, 0x9DE80AU);
+}
+
+TEST(AmbeFrame, SilenceFrameOfRadioGearIsClean) {
+    const AmbeFrame frame = ambe_frame_decode(frame_of_hex("9e8d3288261a3f61e8000000"));
+    EXPECT_EQ(frame.errors_c0 + frame.errors_c1, 0);
+    EXPECT_EQ(frame.field[0], 124);
+}
+
+TEST(AmbeFrame, EveryStreamBitGoesToItsPlace) {
+    for (std::size_t p = 0; p < 72; p++) {
+        FrameOfBytes bytes{};
+        bytes[p / 8] = static_cast<std::uint8_t>(0x80 >> p % 8);
+        const ChannelWords expected = words_bit_by_bit(bytes);
+        const ChannelWords words = ambe_deinterleave(bytes);
+        ASSERT_EQ(std::popcount(words.c0) + std::popcount(words.c1) + std::popcount(words.c2), 1) << p;
+        ASSERT_EQ(words.c0, expected.c0) << p;
+        ASSERT_EQ(words.c1, expected.c1) << p;
+        ASSERT_EQ(words.c2, expected.c2) << p;
+    }
+}
+
+TEST(AmbeFrame, ScramblerSequences) {
+    EXPECT_EQ(ambe_scrambler(0x000), 0x42CC47U);
+    EXPECT_EQ(ambe_scrambler(0xFFF), 0x0B3F09U);
+    EXPECT_EQ(ambe_scrambler(0x123), 0xBE5982U);
+    EXPECT_EQ(ambe_scrambler(0xB6C), 0xAC03D4U);
+    for (std::uint32_t data = 0; data < 4096; data++) ASSERT_EQ(ambe_scrambler(data), sequence_by_arithmetic(data));
+}
+
+TEST(AmbeFrame, WorkedExample) {
+    const AmbeFrame frame = ambe_frame_decode(frame_of_hex("e0f92d4e5c49e3f183000000"));
+    EXPECT_EQ(frame.voice_bits, 0xB6C7DC4875F5U);
+    const int fields[] = {91, 11, 47, 62, 94, 1, 2, 1, 6};
+    for (int i = 0; i < ambe_fields; i++) EXPECT_EQ(frame.field[i], fields[i]) << "b" << i;
+}
+
+TEST(AmbeFrame, VectorsInEveryColumn) {
+    const std::vector<GoldenRow> rows = golden_table("fec_vectors.csv");
+    ASSERT_EQ(rows.size(), 603U);
+    for (const GoldenRow& row : rows) {
+        const std::string& hex = row.at("frame_hex");
+        const AmbeFrame frame = ambe_frame_decode(frame_of_hex(hex));
+        ASSERT_EQ(frame.errors_c0, whole(row, "e0")) << hex;
+        ASSERT_EQ(frame.errors_c1, whole(row, "e1")) << hex;
+        ASSERT_EQ(frame.voice_bits, std::stoull(row.at("voice_bits_hex"), nullptr, 16)) << hex;
+        for (int i = 0; i < ambe_fields; i++)
+            ASSERT_EQ(frame.field[i], whole(row, "b" + std::to_string(i))) << hex << " b" << i;
+        ASSERT_EQ(frame.tone_index, whole(row, "tone_raw")) << hex;
+        ASSERT_EQ(frame.tone_volume, whole(row, "volume")) << hex;
+    }
+}
+
+TEST(AmbeFrame, SlowDataIsNotLookedAt) {
+    std::mt19937 random(1);
+    for (int i = 0; i < 1000; i++) {
+        FrameOfBytes bytes{};
+        for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(random());
+        const AmbeFrame frame = ambe_frame_decode(bytes);
+        bytes[9] = bytes[10] = bytes[11] = static_cast<std::uint8_t>(random());
+        const AmbeFrame other = ambe_frame_decode(bytes);
+        ASSERT_EQ(frame.voice_bits, other.voice_bits);
+        ASSERT_EQ(frame.errors_c0 + frame.errors_c1, other.errors_c0 + other.errors_c1);
+    }
+}
