@@ -15,41 +15,64 @@ constexpr std::size_t check_offset = 46;
 
 enum Kind : std::uint8_t { kind_empty = 0, kind_frame = 1 };
 
-std::uint16_t check_of(const std::uint8_t* packet) {
-    std::uint32_t crc = 0xFFFF;
-    for (std::size_t i = 0; i < check_offset; i++) {
-        crc ^= static_cast<std::uint32_t>(packet[i]) << 8;
-        for (int bit = 0; bit < 8; bit++) crc = (crc & 0x8000U) != 0 ? crc << 1 ^ 0x1021U : crc << 1;
+// What eight steps of the division do to a remainder, by its upper byte.
+struct CheckTable {
+    std::uint16_t of_byte[256];
+};
+
+constexpr CheckTable make_check_table() {
+    CheckTable table{};
+    for (std::uint32_t byte = 0; byte < 256; byte++) {
+        std::uint32_t rest = byte << 8;
+        for (int bit = 0; bit < 8; bit++) rest = (rest & 0x8000U) != 0 ? rest << 1 ^ 0x1021U : rest << 1;
+        table.of_byte[byte] = static_cast<std::uint16_t>(rest);
     }
-    return static_cast<std::uint16_t>(crc);
+    return table;
 }
 
-void begin(PacketBytes packet, Kind kind) {
-    std::memset(packet.data(), 0, packet.size());
-    std::memcpy(packet.data(), mark, mark_size);
-    packet[kind_offset] = kind;
-    packet[length_offset] = dongle_frame_size;
+constexpr CheckTable check_table = make_check_table();
+
+constexpr std::uint16_t check_of(const std::uint8_t* packet) {
+    std::uint32_t rest = 0xFFFF;
+    for (std::size_t i = 0; i < check_offset; i++)
+        rest = (rest << 8 & 0xFF00U) ^ check_table.of_byte[rest >> 8 ^ packet[i]];
+    return static_cast<std::uint16_t>(rest);
 }
 
-void seal(PacketBytes packet) {
-    const std::uint16_t check = check_of(packet.data());
+struct Packet {
+    std::uint8_t bytes[dongle_packet_size];
+};
+
+constexpr void seal(std::uint8_t* packet) {
+    const std::uint16_t check = check_of(packet);
     packet[check_offset] = static_cast<std::uint8_t>(check >> 8);
     packet[check_offset + 1] = static_cast<std::uint8_t>(check & 0xFF);
 }
 
+constexpr Packet make_empty_packet() {
+    Packet packet{};
+    for (std::size_t i = 0; i < mark_size; i++) packet.bytes[i] = static_cast<std::uint8_t>(mark[i]);
+    packet.bytes[kind_offset] = kind_empty;
+    packet.bytes[length_offset] = dongle_frame_size;
+    seal(packet.bytes);
+    return packet;
+}
+
+constexpr Packet empty_packet = make_empty_packet();
+
 }  // namespace
 
 void dongle_packet_prepare(PacketBytes packet) {
-    begin(packet, kind_empty);
-    seal(packet);
+    std::memcpy(packet.data(), empty_packet.bytes, sizeof empty_packet.bytes);
 }
 
 void dongle_packet_build(PacketBytes packet, FrameBytes frame) {
     std::uint8_t copy[dongle_frame_size];  // the frame may lie inside the packet
     std::memcpy(copy, frame.data(), sizeof copy);
-    begin(packet, kind_frame);
+    dongle_packet_prepare(packet);
+    packet[kind_offset] = kind_frame;
     std::memcpy(&packet[frame_offset], copy, sizeof copy);
-    seal(packet);
+    seal(packet.data());
 }
 
 const std::uint8_t* dongle_packet_frame(std::span<const std::uint8_t, dongle_packet_size> packet) {
