@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: MIT
+// Ends that nobody asked the program for: signals, a reader that goes away, SIGKILL.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "program/recordings.h"
+#include "program/scenario.h"
+#include "program/wave_run.h"
+#include "support/pty.h"
+
+namespace {
+
+using testing::EndsWith;
+
+const std::string converting = "Converting file 'rec.ambe' to 'rec.wav': ";
+
+// A run on a terminal that waits in its second receive, the terminal being raw.
+class AbnormalEnd : public testing::Test {
+  protected:
+    AbnormalEnd() {
+        scenario.add_file("rec.ambe", raw_recording(frames(3)));
+        scenario.arguments = {"-W", "rec.ambe"};
+        scenario.input = terminal_input(terminal.path());
+        scenario.blocks = test_blocks(7);
+        scenario.script = "recv 48 5\nrecv 320 4 7\ntouch waiting\nawait go\nrest 48 5\n";
+        before = terminal.state();
+    }
+
+    ProgramResult run_until_signal(int signal) {
+        RunningProgram program(scenario.call());
+        wait_for_file(scenario / "waiting");
+        EXPECT_EQ(terminal.state().c_lflag & tcflag_t{ICANON | ECHO}, 0U);
+        program.send_signal(signal);
+        return program.finish();
+    }
+
+    void expect_terminal_as_before() const {
+        const termios after = terminal.state();
+        EXPECT_EQ(after.c_iflag, before.c_iflag);
+        EXPECT_EQ(after.c_oflag, before.c_oflag);
+        EXPECT_EQ(after.c_cflag, before.c_cflag);
+        EXPECT_EQ(after.c_lflag, before.c_lflag);
+        EXPECT_EQ(Bytes(after.c_cc, after.c_cc + NCCS), Bytes(before.c_cc, before.c_cc + NCCS));
+    }
+
+    Pty terminal;
+    Scenario scenario;
+    termios before = {};
+};
+
+TEST_F(AbnormalEnd, SignalPutsTheTerminalBackAndEndsTheProgramByThatSignal) {
+    for (const int signal : {SIGTERM, SIGHUP, SIGINT, SIGQUIT}) {
+        const ProgramResult result = run_until_signal(signal);
+        EXPECT_EQ(result.signal, signal);
+        EXPECT_EQ(result.status, -1);
+        expect_terminal_as_before();
+        ASSERT_EQ(unlink((scenario / "waiting").c_str()), 0);
+    }
+}
+
+TEST_F(AbnormalEnd, SignalEndsTheProgramWithoutATerminalToo) {
+    scenario.input = {};
+    for (const int signal : {SIGTERM, SIGHUP, SIGINT}) {
+        RunningProgram program(scenario.call());
+        wait_for_file(scenario / "waiting");
+        program.send_signal(signal);
+        EXPECT_EQ(program.finish().signal, signal);
+        ASSERT_EQ(unlink((scenario / "waiting").c_str()), 0);
+    }
+}
+
+TEST_F(AbnormalEnd, SignalInTheSecondFileDoesTheSame) {
+    scenario.arguments = {"-W", "rec.ambe", "rec.ambe"};
+    scenario.script = "recv 34 1\nrecv 48 5\ntouch waiting\nawait go\n";
+    EXPECT_EQ(run_until_signal(SIGTERM).signal, SIGTERM);
+    expect_terminal_as_before();
+}
+
+TEST_F(AbnormalEnd, SignalLeavesTheWaveFileAsAPrefix) {
+    run_until_signal(SIGTERM);
+    const Bytes wave = scenario.file("rec.wav");
+    ASSERT_EQ(wave.size(), 44U + 2048U);
+    EXPECT_EQ(from_byte(wave, 44), first_bytes(scenario.blocks, 2048));
+}
+
+TEST_F(AbnormalEnd, IgnoredSignalStaysIgnored) {
+    for (const int signal : {SIGHUP, SIGINT}) {
+        scenario.ignored_signals = {signal};
+        RunningProgram program(scenario.call());
+        wait_for_file(scenario / "waiting");
+        program.send_signal(signal);
+        scenario.add_file("go", {});
+        const ProgramResult result = program.finish();
+        EXPECT_EQ(result.status, 0);
+        EXPECT_THAT(result.out, EndsWith("DONE\n"));
+        ASSERT_EQ(unlink((scenario / "waiting").c_str()), 0);
+        ASSERT_EQ(unlink((scenario / "go").c_str()), 0);
+    }
+}
+
+TEST_F(AbnormalEnd, ClosedTerminalEndsTheRunByItsHangUp) {
+    RunningProgram program(scenario.call());
+    wait_for_file(scenario / "waiting");
+    terminal.hang_up();
+    EXPECT_EQ(program.finish().signal, SIGHUP);
+}
+
+TEST_F(AbnormalEnd, ReaderOfTheOutputThatGoesAwayPutsTheTerminalBack) {
+    const std::string fifo = scenario / "out";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const int reader = open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    scenario.output_path = fifo;
+    RunningProgram program(scenario.call());
+    wait_for_file(scenario / "waiting");
+    close(reader);
+    scenario.add_file("go", {});
+    EXPECT_EQ(program.finish().signal, SIGPIPE);
+    expect_terminal_as_before();
+}
+
+TEST(Sigkill, LeavesTheWaveFileAsAPrefixWithItsProvisionalSizes) {
+    ThreeFrames scenario;
+    scenario.blocks = test_blocks(7);
+    scenario.script = "recv 48 5\nrecv 320 4 7\nkill 9\nrecv 0 0\n";
+    const Outcome outcome = scenario.run();
+    EXPECT_EQ(outcome.signal, SIGKILL);
+    EXPECT_EQ(outcome.out, convert_start_up() + converting + "|\b/\b");
+    Bytes head = pcm_head(0);
+    head[4] = 4;
+    head[5] = 0;
+    EXPECT_EQ(scenario.file("rec.wav"), head + first_bytes(scenario.blocks, 2048));
+}
+
+TEST(Sigkill, BeforeTheFirstPieceLeavesNoHalfHead) {
+    ThreeFrames scenario;
+    scenario.script = "recv 48 5\nkill 9\nrecv 0 0\n";
+    scenario.run();
+    const std::size_t size = scenario.file("rec.wav").size();
+    EXPECT_TRUE(size == 0 || size == 36) << size;
+}
+
+}  // namespace
