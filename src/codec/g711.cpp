@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-// G.711 A-law and u-law: one pair of operations over the maps of either law.
+// G.711 A-law and u-law: one pair of operations over the maps of either law, and the rules that the maps hold.
 #include "codec/g711.h"
 
-#include <bit>
+#include <emmintrin.h>
+
 #include <cstdio>
 #include <cstdlib>
 
@@ -22,11 +23,11 @@ constexpr unsigned sample_count = 65536;
 constexpr int sign_bit = 0x80;
 constexpr int segment_mask = 0x70;
 constexpr int mantissa_mask = 0x0F;
-constexpr int top_segment_bit = 0x4000;  // bit 14 of a magnitude puts it into segment 7
 
 constexpr int ulaw_bias = 132;
-constexpr int ulaw_clip = 32635;
 constexpr std::uint8_t ulaw_silence = 0xFF;
+constexpr int ulaw_inversion = 0xFF;
+constexpr int alaw_even_steps = 16;          // each 16 wide: those of segment 0
 constexpr int alaw_encode_inversion = 0xD5;  // every other bit, and the sign
 constexpr int alaw_decode_inversion = 0x55;  // every other bit
 
@@ -34,36 +35,67 @@ constexpr int alaw_decode_inversion = 0x55;  // every other bit
 struct Law {
     std::uint8_t* encode_map;
     std::int16_t* decode_map;
-    std::uint8_t (*compress)(std::int16_t sample);
+    std::uint32_t (*compress)(const std::uint8_t* in, std::uint8_t* out, std::uint32_t samples);
     std::int16_t (*expand)(std::uint8_t code);
 };
 
-std::uint8_t alaw_compress(std::int16_t sample);
-std::uint8_t ulaw_compress(std::int16_t sample);
-std::int16_t alaw_expand(std::uint8_t code);
-std::int16_t ulaw_expand(std::uint8_t code);
+// Eight samples side by side, in the vectors that every x86-64 processor has.
+using Samples = __m128i;
+constexpr std::uint32_t samples_at_once = 16;
 
-Law alaw = {nullptr, nullptr, alaw_compress, alaw_expand};
-Law ulaw = {nullptr, nullptr, ulaw_compress, ulaw_expand};
-
-// Kept: the magnitude of a negative sample is -s in 16 bits, so -32768 stays as it is.
-std::int16_t magnitude_of(std::int16_t sample) {
-    return static_cast<std::int16_t>(sample < 0 ? -sample : sample);
+inline Samples all(int value) {
+    return _mm_set1_epi16(static_cast<std::int16_t>(value));
 }
 
-// The highest bit set among bits 13 down to `lowest`, or `none`.
-int highest_bit(int value, int lowest, int none) {
-    const auto bits = static_cast<unsigned>(value) & 0x3FFFu & (~0u << lowest);
-    return bits != 0 ? static_cast<int>(std::bit_width(bits)) - 1 : none;
+inline Samples load_samples(const std::uint8_t* bytes) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
 }
 
-std::uint8_t ulaw_compress(std::int16_t sample) {
-    const int sign = sample < 0 ? sign_bit : 0;
-    const int clipped = magnitude_of(sample) > ulaw_clip ? ulaw_clip : magnitude_of(sample);
-    const auto biased = static_cast<std::int16_t>(clipped + ulaw_bias);
-    const int exponent = (biased & top_segment_bit) != 0 ? 7 : highest_bit(biased, 7, 7) - 7;
-    const int mantissa = (biased >> (exponent + 3)) & mantissa_mask;
-    return static_cast<std::uint8_t>(~(sign | exponent << 4 | mantissa));
+// Segment and step of biased magnitudes, below 0 for those under 128. A segment has 16 steps and is twice as wide as the
+// one before: that is what the exponent and the first four fraction bits of a floating-point number say.
+inline Samples segment_and_step(Samples biased) {
+    constexpr int fraction_bits_below_a_step = 23 - 4;
+    constexpr int exponent_of_128 = 127 + 7;
+    const __m128 low = _mm_cvtepi32_ps(_mm_unpacklo_epi16(biased, _mm_setzero_si128()));
+    const __m128 high = _mm_cvtepi32_ps(_mm_unpackhi_epi16(biased, _mm_setzero_si128()));
+    const Samples exponent_and_step =
+        _mm_packs_epi32(_mm_srli_epi32(_mm_castps_si128(low), fraction_bits_below_a_step),
+                        _mm_srli_epi32(_mm_castps_si128(high), fraction_bits_below_a_step));
+    return _mm_sub_epi16(exponent_and_step, all(exponent_of_128 << 4));
+}
+
+// The sum of the largest magnitudes with the bias stays at 32767, as if they were clipped to 32635.
+inline Samples ulaw_steps(Samples magnitude) {
+    return segment_and_step(_mm_adds_epi16(magnitude, all(ulaw_bias)));
+}
+
+// Segment 0 is no narrower than segment 1.
+inline Samples alaw_steps(Samples magnitude) {
+    return _mm_max_epi16(segment_and_step(magnitude),
+                         _mm_min_epi16(_mm_srli_epi16(magnitude, 4), all(alaw_even_steps)));
+}
+
+// Codes without the inversion. Kept: a magnitude is -s in 16 bits, so -32768 has none and codes as a negative 0.
+template <Samples steps_of(Samples magnitude)>
+inline Samples signed_steps(Samples samples) {
+    const Samples sign = _mm_srai_epi16(samples, 15);
+    const Samples negated_if_negative = _mm_sub_epi16(_mm_xor_si128(samples, sign), sign);
+    const Samples magnitude = _mm_max_epi16(negated_if_negative, _mm_setzero_si128());
+    return _mm_or_si128(steps_of(magnitude), _mm_and_si128(sign, all(sign_bit)));
+}
+
+// Codes whole sixteens of samples; returns how many samples that were.
+template <Samples steps_of(Samples magnitude), int inversion>
+std::uint32_t compress(const std::uint8_t* in, std::uint8_t* out, std::uint32_t samples) {
+    const std::uint32_t whole = samples - samples % samples_at_once;
+    for (std::uint32_t i = 0; i < whole; i += samples_at_once) {
+        const std::uint8_t* from = in + sample_bytes * i;
+        const Samples first = signed_steps<steps_of>(load_samples(from));
+        const Samples second = signed_steps<steps_of>(load_samples(from + sizeof first));
+        const __m128i codes = _mm_xor_si128(_mm_packus_epi16(first, second), all(inversion << 8 | inversion));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), codes);
+    }
+    return whole;
 }
 
 // Kept: 16 times the mantissa + 256, where the recommendation has 8 times the mantissa + 132, and the wrap in 16 bits.
@@ -75,15 +107,6 @@ std::int16_t ulaw_expand(std::uint8_t code) {
     return static_cast<std::int16_t>(negative ? ulaw_bias - expanded : expanded - ulaw_bias);
 }
 
-std::uint8_t alaw_compress(std::int16_t sample) {
-    const int sign = sample < 0 ? sign_bit : 0;
-    const int magnitude = magnitude_of(sample);
-    const int segment = (magnitude & top_segment_bit) != 0 ? 7 : highest_bit(magnitude, 8, 7) - 7;
-    const int shift = segment == 0 ? 4 : segment + 3;
-    const int mantissa = (magnitude >> shift) & mantissa_mask;
-    return static_cast<std::uint8_t>((sign | segment << 4 | mantissa) ^ alaw_encode_inversion);
-}
-
 std::int16_t alaw_expand(std::uint8_t code) {
     const int uninverted = code ^ alaw_decode_inversion;
     const int step = (uninverted & mantissa_mask) * 16;
@@ -93,6 +116,9 @@ std::int16_t alaw_expand(std::uint8_t code) {
     return static_cast<std::int16_t>(positive ? expanded : -expanded);
 }
 
+Law alaw = {nullptr, nullptr, compress<alaw_steps, alaw_encode_inversion>, alaw_expand};
+Law ulaw = {nullptr, nullptr, compress<ulaw_steps, ulaw_inversion>, ulaw_expand};
+
 int build_encode_map(Law& law) {
     if (law.encode_map != nullptr) return 0;
     law.encode_map = static_cast<std::uint8_t*>(malloc(sample_count));
@@ -100,8 +126,12 @@ int build_encode_map(Law& law) {
         std::fputs("Out of memory for LAW Encode Map !\n", stderr);
         return -1;
     }
-    for (unsigned index = 0; index < sample_count; ++index)
-        law.encode_map[index] = law.compress(static_cast<std::int16_t>(index));
+    for (unsigned index = 0; index < sample_count; index += samples_at_once) {
+        std::uint8_t samples[sample_bytes * samples_at_once];
+        for (unsigned i = 0; i < samples_at_once; ++i)
+            store_sample(samples + sample_bytes * i, static_cast<std::int16_t>(index + i));
+        law.compress(samples, law.encode_map + index, samples_at_once);
+    }
     return 0;
 }
 
@@ -132,13 +162,13 @@ std::uint32_t g711_decode(CodecStream& stream, const std::uint8_t* in, std::uint
     return count * sample_bytes;
 }
 
-// Each sample becomes a byte; returns the number of samples. Kept: of an odd count the last sample reads one byte more.
+// Each sample becomes a byte, the map's; returns the number of samples. Most are compressed on the spot, which takes
+// half the time of a look-up in 64 KB. Kept: of an odd count the last sample reads one byte more.
 std::uint32_t g711_encode(CodecStream& stream, const std::uint8_t* in, std::uint8_t* out, std::uint32_t count) {
     const std::uint8_t* map = static_cast<const G711State*>(stream.codec_private)->encode_map;
+    const Law& law = map == ulaw.encode_map ? ulaw : alaw;
     const std::uint32_t samples = samples_in(count);
-// Unrolled: a look-up is so short that the loop itself would cost a fifth of the time.
-#pragma GCC unroll 8
-    for (std::uint32_t i = 0; i < samples; ++i)
+    for (std::uint32_t i = law.compress(in, out, samples); i < samples; ++i)
         out[i] = map[static_cast<std::uint16_t>(load_sample(in + sample_bytes * i))];
     return samples;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The two laws of G.711 (ITU-T G.711, "Pulse code modulation (PCM) of voice frequencies", 1988), by look-up.
+// The two laws of G.711 (ITU-T G.711, "Pulse code modulation (PCM) of voice frequencies", 1988).
 //
 // A law has two maps, which every stream of that law shares: from each of the 65536 samples to its code, and from each
 // of the 256 codes to its sample. The first init of the law builds them; they live until the process ends. The inits
