@@ -22,6 +22,7 @@ echo "chatter of the build"
 echo "$*" >>"$(dirname "$0")/cmake.log"
 [ "$1" = --build ] || exit 0
 [ ! -e "$(dirname "$0")/broken" ] || exit 1
+[ ! -e "$(dirname "$0")/slow" ] || sleep 0.5
 mkdir -p "$2/src/player"
 printf '#!/bin/bash\necho "in $PWD:"; printf "<%%s>" "$@"; exit 7\n' >"$2/src/player/quaver"
 chmod +x "$2/src/player/quaver"
@@ -66,6 +67,20 @@ run
 rm "$directory/tools/broken"
 run
 built || fail "after a failed build: not built again"
+
+# Two at once: one builds, the other waits for it, and both run the program.
+touch "$directory/tools/slow"
+sleep 0.01
+touch "$directory/tree/src/a.cpp"
+rm -f "$directory/tools/cmake.log"
+for name in one two; do
+    "$directory/tree/scripts/quaver" "$name" >"$directory/$name" 2>&1 &
+done
+wait
+[ "$(grep -c -e '^--build' "$directory/tools/cmake.log")" -eq 1 ] || fail "two at once: not built once"
+for name in one two; do
+    tail -n 1 "$directory/$name" | grep -qFx "<$name>" || fail "two at once: $name did not run: $(cat "$directory/$name")"
+done
 
 # By way of a link, as somebody has it in ~/bin.
 ln -s "$directory/tree/scripts/quaver" "$directory/tools/quaver-link"
