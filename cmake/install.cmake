@@ -36,7 +36,8 @@ quaver_install_compressed(packaging/debian/changelog changelog.Debian ${CMAKE_IN
 
 install(FILES packaging/completions/quaver DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 install(FILES packaging/udev/60-quaver.rules DESTINATION lib/udev/rules.d)
-install(FILES README.md docs/architecture.md docs/software-dongle.md packaging/debian/copyright
-        DESTINATION ${CMAKE_INSTALL_DOCDIR})
+# As in the source tree, so that the links in the README lead somewhere.
+install(FILES README.md packaging/debian/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES docs/architecture.md docs/software-dongle.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
 install(FILES samples/README.md samples/greeting.dvtool samples/counting.dvtool samples/greeting.ambe
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/samples)
