@@ -8,14 +8,19 @@ endif()
 set(QUAVER_PRIVATE_LIBDIR ${quaver_libdir}/quaver)
 file(RELATIVE_PATH quaver_libdir_from_bindir /${CMAKE_INSTALL_BINDIR} /${QUAVER_PRIVATE_LIBDIR})
 
-# RUNPATH, so that LD_LIBRARY_PATH goes before it; relative, so that the tree can stand anywhere.
+# RUNPATH, so that LD_LIBRARY_PATH goes before it; relative, so that the tree can stand anywhere. The build tree has the
+# shape of the installed one and the same RUNPATH: one that CMake pads for a change at install would have empty entries,
+# which mean the caller's directory.
 if(QUAVER_DONGLE_LIBRARY)
     get_filename_component(quaver_dongle_directory ${QUAVER_DONGLE_LIBRARY} DIRECTORY)
     set_target_properties(quaver PROPERTIES INSTALL_RPATH ${quaver_dongle_directory})
 else()
     set_target_properties(quaver PROPERTIES INSTALL_RPATH $ORIGIN/${quaver_libdir_from_bindir})
+    set_target_properties(dongle PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${QUAVER_PRIVATE_LIBDIR})
     install(TARGETS dongle LIBRARY DESTINATION ${QUAVER_PRIVATE_LIBDIR})
 endif()
+set_target_properties(quaver PROPERTIES BUILD_WITH_INSTALL_RPATH ON
+                      RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_BINDIR})
 target_link_options(quaver PRIVATE -Wl,--enable-new-dtags)
 install(TARGETS quaver RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 

@@ -23,9 +23,9 @@ echo "$*" >>"$(dirname "$0")/cmake.log"
 [ "$1" = --build ] || exit 0
 [ ! -e "$(dirname "$0")/broken" ] || exit 1
 [ ! -e "$(dirname "$0")/slow" ] || sleep 0.5
-mkdir -p "$2/src/player"
-printf '#!/bin/bash\necho "in $PWD:"; printf "<%%s>" "$@"; exit 7\n' >"$2/src/player/quaver"
-chmod +x "$2/src/player/quaver"
+mkdir -p "$2/bin"
+printf '#!/bin/bash\necho "in $PWD:"; printf "<%%s>" "$@"; exit 7\n' >"$2/bin/quaver"
+chmod +x "$2/bin/quaver"
 TOOL
 chmod +x "$directory/tools/cmake"
 export PATH=$directory/tools:$PATH QUAVER_BOOTSTRAP=no

@@ -55,6 +55,14 @@ TEST(Binary, LibraryIsFoundThroughRunpathNotRpath) {
     EXPECT_THAT(dynamic, Not(HasSubstr("(RPATH)")));
 }
 
+// An empty entry means the caller's directory, whoever's that is.
+TEST(Binary, RunpathHasNoEmptyEntry) {
+    const std::string dynamic = readelf("--dynamic");
+    EXPECT_THAT(dynamic, Not(HasSubstr("::")));
+    EXPECT_THAT(dynamic, Not(HasSubstr(":]")));
+    EXPECT_THAT(dynamic, Not(HasSubstr("[:")));
+}
+
 TEST(Binary, ProgramExportsTheFiveLineFunctions) {
     EXPECT_THAT(exported(QUAVER_PROGRAM), IsSupersetOf(line_functions));
 }
