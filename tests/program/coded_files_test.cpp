@@ -4,67 +4,11 @@
 #include <gsm.h>
 #include <stdlib.h>
 
-#include <algorithm>
-#include <array>
-
 #include "program/recordings.h"
+#include "program/reference_coders.h"
 #include "program/wave_run.h"
 
 namespace {
-
-// How many whole input blocks of `size` are coded of `total` bytes: the last one only when a byte follows it.
-std::size_t coded_inputs(std::size_t total, std::size_t size) {
-    return total == 0 ? 0 : (total - 1) / size;
-}
-
-// G.711 as decision intervals: the code is that of the widest threshold the magnitude reaches.
-
-struct Segments {
-    int magnitude_limit;
-    std::array<int, 128> thresholds;  // of code 0 to 127, in the order of their magnitudes
-};
-
-// Segment 0 has steps of 16 from 0; each further one doubles the step, from segment 2 on (ITU-T G.711, table 1).
-Segments alaw_segments() {
-    Segments law = {32767, {}};
-    int threshold = 0;
-    for (int code = 0; code < 128; code++) {
-        law.thresholds[static_cast<std::size_t>(code)] = threshold;
-        threshold += code < 32 ? 16 : 16 << (code / 16 - 1);
-    }
-    return law;
-}
-
-// Steps of 8 from -4 (the first is half as wide), doubled with each segment (ITU-T G.711, table 2).
-Segments ulaw_segments() {
-    Segments law = {32635, {}};
-    int threshold = -4;
-    for (int code = 0; code < 128; code++) {
-        law.thresholds[static_cast<std::size_t>(code)] = threshold;
-        threshold += 8 << (code / 16);
-    }
-    return law;
-}
-
-int magnitude_code(const Segments& law, int magnitude) {
-    const auto above =
-        std::upper_bound(law.thresholds.begin(), law.thresholds.end(), std::min(magnitude, law.magnitude_limit));
-    return static_cast<int>(above - law.thresholds.begin()) - 1;
-}
-
-std::uint8_t alaw(std::int16_t sample) {
-    if (sample == -32768) return 0x55;  // kept: its magnitude does not fit 16 bits
-    static const Segments law = alaw_segments();
-    const int code = magnitude_code(law, abs(sample));
-    return static_cast<std::uint8_t>((sample < 0 ? code : code | 0x80) ^ 0x55);
-}
-
-std::uint8_t ulaw(std::int16_t sample) {
-    if (sample == -32768) return 0x7F;  // kept, likewise
-    static const Segments law = ulaw_segments();
-    const int code = magnitude_code(law, abs(sample));
-    return static_cast<std::uint8_t>(0xFF - (sample < 0 ? code | 0x80 : code));
-}
 
 // Every 16-bit value once, then 64 more so that they fill blocks, then enough to push the last piece out.
 Bytes all_samples() {
@@ -72,13 +16,6 @@ Bytes all_samples() {
     for (int i = -32768; i < 32768 + 64 + 2048; i++) samples.push_back(static_cast<std::int16_t>(i));
     while (samples.size() % (block_bytes / 2) != 0) samples.push_back(0);
     return samples_to_bytes(samples);
-}
-
-Bytes g711_file(unsigned tag, std::uint8_t (*code)(std::int16_t), const Bytes& pcm) {
-    const std::size_t data = coded_inputs(pcm.size(), 2048) * 1024;
-    Bytes codes;
-    for (const std::int16_t sample : bytes_to_samples(first_bytes(pcm, data * 2))) codes.push_back(code(sample));
-    return coded_head(tag, 8000, 1, 8, static_cast<unsigned>(data)) + codes;
 }
 
 TEST(CodedFiles, G711ReferenceValuesOfThisTestAreThoseOfTheRecommendation) {
@@ -93,12 +30,12 @@ TEST(CodedFiles, G711ReferenceValuesOfThisTestAreThoseOfTheRecommendation) {
 
 TEST(CodedFiles, AlawCodesEverySampleValue) {
     const Bytes pcm = all_samples();
-    EXPECT_EQ(convert_blocks("alaw", pcm).wave, g711_file(6, alaw, pcm));
+    EXPECT_EQ(convert_blocks("alaw", pcm).wave, alaw_file(pcm));
 }
 
 TEST(CodedFiles, UlawCodesEverySampleValue) {
     const Bytes pcm = all_samples();
-    EXPECT_EQ(convert_blocks("ulaw", pcm).wave, g711_file(7, ulaw, pcm));
+    EXPECT_EQ(convert_blocks("ulaw", pcm).wave, ulaw_file(pcm));
 }
 
 TEST(CodedFiles, G711HandsOn1024CodesOnceTheNextByteComes) {
@@ -112,64 +49,6 @@ TEST(CodedFiles, CodedFileWithoutAudioEndsAfterAnEighteenByteFormat) {
     EXPECT_EQ(convert_blocks("ulaw", {}).wave,
               bytes_of("RIFF") + bytes({38, 0, 0, 0}) + bytes_of("WAVEfmt ") + bytes({18, 0, 0, 0}) +
                   bytes({7, 0, 1, 0, 0x40, 0x1F, 0, 0, 0x40, 0x1F, 0, 0, 1, 0, 8, 0, 0, 0}));
-}
-
-// IMA ADPCM (IMA, "Recommended Practices for Enhancing Digital Audio Compatibility", revision 3.00).
-
-constexpr int ima_steps[] = {7,     8,     9,     10,    11,    12,    13,    14,    16,    17,    19,   21,    23,
-                             25,    28,    31,    34,    37,    41,    45,    50,    55,    60,    66,   73,    80,
-                             88,    97,    107,   118,   130,   143,   157,   173,   190,   209,   230,  253,   279,
-                             307,   337,   371,   408,   449,   494,   544,   598,   658,   724,   796,  876,   963,
-                             1060,  1166,  1282,  1411,  1552,  1707,  1878,  2066,  2272,  2499,  2749, 3024,  3327,
-                             3660,  4026,  4428,  4871,  5358,  5894,  6484,  7132,  7845,  8630,  9493, 10442, 11487,
-                             12635, 13899, 15289, 16818, 18500, 20350, 22385, 24623, 27086, 29794, 32767};
-static_assert(std::size(ima_steps) == 89);
-
-struct ImaState {
-    int predictor = 0;
-    int index = 0;
-};
-
-int ima_parts(int step, int code) {
-    return (code & 4 ? step : 0) + (code & 2 ? step / 2 : 0) + (code & 1 ? step / 4 : 0);
-}
-
-void ima_follow(ImaState& state, int code) {
-    constexpr int moves[] = {-1, -1, -1, -1, 2, 4, 6, 8};
-    const int step = ima_steps[state.index];
-    const int change = step / 8 + ima_parts(step, code);
-    state.predictor = std::clamp(state.predictor + (code & 8 ? -change : change), -32768, 32767);
-    state.index = std::clamp(state.index + moves[code & 7], 0, 88);
-}
-
-// The largest of the eight codes whose parts the difference reaches.
-int ima_code(const ImaState& state, int sample) {
-    const int difference = sample - state.predictor;
-    int code = 7;
-    while (ima_parts(ima_steps[state.index], code) > abs(difference)) code--;
-    return difference < 0 ? code | 8 : code;
-}
-
-Bytes adpcm_data(const Bytes& pcm) {
-    ImaState state;
-    Bytes data;
-    const std::vector<std::int16_t> samples = bytes_to_samples(pcm);
-    for (std::size_t piece = 0; piece < coded_inputs(pcm.size(), 4096); piece++) {
-        for (std::size_t i = 0; i < 2048; i += 2) {
-            const int high = ima_code(state, samples[piece * 2048 + i]);
-            ima_follow(state, high);
-            const int low = ima_code(state, samples[piece * 2048 + i + 1]);
-            ima_follow(state, low);
-            data.push_back(static_cast<std::uint8_t>(high << 4 | low));
-        }
-        data = data + zeros(1024);  // kept: as many bytes as samples are handed on
-    }
-    return data;
-}
-
-Bytes adpcm_file(const Bytes& pcm) {
-    const Bytes data = adpcm_data(pcm);
-    return coded_head(17, 0, 0, 4, static_cast<unsigned>(data.size())) + data;
 }
 
 TEST(CodedFiles, AdpcmWrites1024CodesAnd1024ZerosAPiece) {
@@ -219,24 +98,6 @@ TEST(CodedFiles, AdpcmFullScaleSquareWaveReachesTheClamps) {
     for (int i = 0; i < 160 * 40; i++) samples.push_back(i / 50 % 2 ? -32768 : 32767);
     const Bytes pcm = samples_to_bytes(samples);
     EXPECT_EQ(convert_blocks("adpcm", pcm).wave, adpcm_file(pcm));
-}
-
-// GSM 06.10 by libgsm itself: of each 640 bytes the first 160 samples, 32 and 33 bytes in turn.
-Bytes gsm_file(const Bytes& pcm) {
-    gsm coder = gsm_create();
-    int wav49 = 1;
-    gsm_option(coder, GSM_OPT_WAV49, &wav49);
-    Bytes data;
-    const std::size_t pieces = coded_inputs(pcm.size(), 640);
-    for (std::size_t piece = 0; piece < pieces; piece++) {
-        std::vector<std::int16_t> samples = bytes_to_samples(first_bytes(from_byte(pcm, piece * 640), 320));
-        gsm_byte coded[65] = {};
-        gsm_encode(coder, samples.data(), coded);
-        const std::size_t count = piece % 2 ? 33 : 32;
-        data = data + Bytes(coded, coded + count) + zeros(640 - count);
-    }
-    gsm_destroy(coder);
-    return coded_head(49, 0, 0, 0, static_cast<unsigned>(data.size())) + data;
 }
 
 TEST(CodedFiles, GsmWritesOneFrameAnd640BytesAPiece) {
