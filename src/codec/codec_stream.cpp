@@ -14,11 +14,11 @@ namespace {
 
 constexpr std::size_t spare_input_bytes = 1;
 
-// The row of a supported tag, or null. Linear PCM is the first row; the search begins with the second.
-const CodecEntry* find_codec(std::uint32_t tag) {
+// The row of a tag, or null. Linear PCM is the first row; the search begins with the second.
+const CodecEntry* find_row(std::uint32_t tag) {
     if (tag == linear_pcm_tag) return &codec_table[0];
     for (const CodecEntry* row = &codec_table[1]; row->name != nullptr; ++row)
-        if (row->tag == tag) return row->init != nullptr ? row : nullptr;
+        if (row->tag == tag) return row;
     return nullptr;
 }
 
@@ -94,8 +94,8 @@ int pull_block(CodecStream& stream) {
 }  // namespace
 
 CodecStream* codec_stream_create(std::uint32_t tag, int mode, const PcmFormat* format, std::int16_t block_size) {
-    const CodecEntry* codec = find_codec(tag);
-    if (codec == nullptr) return nullptr;
+    const CodecEntry* codec = find_row(tag);
+    if (codec == nullptr || codec->init == nullptr) return nullptr;
 
     auto* stream = static_cast<CodecStream*>(calloc(1, sizeof(CodecStream)));
     if (stream == nullptr) {

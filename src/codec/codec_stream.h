@@ -50,7 +50,8 @@ struct CodecStream {
 };
 
 // Makes a stream for the format `tag`: an encoder when `mode` is codec_mode_encode, else a decoder. `format` is copied.
-// `block_size` is the size of a coded block in bytes, for the codecs that leave a choice (IMA ADPCM); 0 or less is theirs.
+// `block_size` is the size of a coded block in bytes, for the codecs that leave a choice (IMA ADPCM); with 0 or less the
+// choice is theirs.
 //
 // Prints the codec's line, "CODEC '%s' for %d channels at %ld Hz with %d bits per sample.\n", on standard output.
 // Returns the stream, the caller's for good, or null:

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: MIT
+// How a creation finds its row and what it does around the init, with a table that is built to tell the steps apart.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "codec/codec_table.h"
+#include "support/capture.h"
+
+namespace {
+
+constexpr PcmFormat stereo_pcm = {2, 24, 44100};
+
+// What the init that ran last was given.
+struct InitCall {
+    CodecStream stream;
+    int mode;
+};
+InitCall init_call;
+
+int init_without_buffers(CodecStream& stream, int mode) {
+    init_call = {stream, mode};
+    stream.ibuff_size = -1;
+    stream.obuff_size = -1;
+    return 0;
+}
+
+int init_that_refuses(CodecStream& stream, int mode) {
+    init_call = {stream, mode};
+    stream.ibuff_size = 100;
+    return -2;
+}
+
+// The stream is the caller's to free; it has no buffers.
+CodecStream* created(std::uint32_t tag, int mode = 1, std::int16_t block_size = 0) {
+    init_call = {};
+    CodecStream* stream = nullptr;
+    const Output output = output_of([&] { stream = codec_stream_create(tag, mode, &stereo_pcm, block_size); });
+    EXPECT_EQ(output.out + output.err, "");
+    return stream;
+}
+
+}  // namespace
+
+// clang-format off
+const CodecEntry codec_table[] = {
+    {0x0009, "first",          nullptr},
+    {0x0001, "one, not first", init_without_buffers},
+    {0x0003, "three",          init_without_buffers},
+    {0x0002, "two",            nullptr},
+    {0x0002, "two again",      init_without_buffers},
+    {0x0003, "three again",    init_that_refuses},
+    {0x0005, "five",           init_that_refuses},
+    {0x0009, "nine",           init_without_buffers},
+    {0,      nullptr,          nullptr},
+    {0x0004, "behind the end", init_without_buffers},
+};
+// clang-format on
+
+TEST(CodecRows, TagOneIsTheFirstRowWhateverItsTag) {
+    EXPECT_EQ(created(1), nullptr);
+    EXPECT_EQ(init_call.stream.name, nullptr);
+}
+
+TEST(CodecRows, FirstRowIsNotSearched) {
+    CodecStream* stream = created(9);
+    ASSERT_NE(stream, nullptr);
+    EXPECT_EQ(stream->name, codec_table[7].name);
+    std::free(stream);
+}
+
+TEST(CodecRows, FirstOfTwoRowsWithATagWins) {
+    CodecStream* stream = created(3);
+    ASSERT_NE(stream, nullptr);
+    EXPECT_EQ(stream->name, codec_table[2].name);
+    std::free(stream);
+}
+
+TEST(CodecRows, RowWithoutACodecEndsTheSearchAsWell) {
+    EXPECT_EQ(created(2), nullptr);
+}
+
+TEST(CodecRows, RowWithoutANameEndsTheSearch) {
+    EXPECT_EQ(created(4), nullptr);
+    EXPECT_EQ(created(0), nullptr);
+}
+
+TEST(CodecRows, InitFindsNameFormatsAndBlockSizeInAStreamOfZeroes) {
+    std::free(created(3, 7, -300));
+    EXPECT_EQ(init_call.mode, 7);
+
+    EXPECT_STREQ(init_call.stream.name, "three");
+    EXPECT_EQ(init_call.stream.block_size, -300);
+    for (const PcmFormat& format : {init_call.stream.input_format, init_call.stream.output_format}) {
+        EXPECT_EQ(format.channels, 2);
+        EXPECT_EQ(format.bits_per_sample, 24);
+        EXPECT_EQ(format.sample_rate, 44100u);
+    }
+    EXPECT_EQ(init_call.stream.flags, 0);
+    EXPECT_EQ(init_call.stream.encode, nullptr);
+    EXPECT_EQ(init_call.stream.decode, nullptr);
+    EXPECT_EQ(init_call.stream.ibuff_size, 0);
+    EXPECT_EQ(init_call.stream.obuff_size, 0);
+    EXPECT_EQ(init_call.stream.codec_private, nullptr);
+}
+
+TEST(CodecRows, InitThatRefusesGivesNullWithoutAnotherMessage) {
+    EXPECT_EQ(created(5), nullptr);
+    EXPECT_STREQ(init_call.stream.name, "five");
+}
+
+TEST(CodecRows, SizesOfZeroOrLessAreNoBuffers) {
+    CodecStream* stream = created(3);
+    ASSERT_NE(stream, nullptr);
+    EXPECT_EQ(stream->ibuff, nullptr);
+    EXPECT_EQ(stream->obuff, nullptr);
+    std::free(stream);
+}
