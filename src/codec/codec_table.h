@@ -22,7 +22,7 @@ struct CodecEntry {
     CodecInit init;     // null: named, not supported
 };
 
-constexpr std::uint32_t linear_pcm_tag = 0x0001;
+constexpr std::uint16_t linear_pcm_tag = 0x0001;
 
 // Ends with a row without a name. The first row is linear PCM's, which is found by its place.
 extern const CodecEntry codec_table[];

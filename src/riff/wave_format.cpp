@@ -14,7 +14,6 @@ static_assert(std::endian::native == std::endian::little, "the record is written
 
 namespace {
 
-constexpr std::uint16_t linear_pcm_tag = 1;
 constexpr std::size_t linear_pcm_body_bytes = 16;  // ends before extra_size
 constexpr std::size_t dump_columns = 16;
 

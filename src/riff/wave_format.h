@@ -9,12 +9,12 @@
 // The first 18 bytes of a "fmt " body, as they stand in the file, least significant byte first. `extra_size` bytes of
 // format-specific data follow the record in memory as they do in the file; a record with extra_size 0 needs none.
 struct [[gnu::packed]] WaveFormat {
-    std::uint16_t format_tag;       // row of the codec table; 1 is linear PCM
-    std::uint16_t channels;         //
+    std::uint16_t format_tag;       // a tag of the codec table; 1 is linear PCM
+    std::uint16_t channels;         // 1 is mono
     std::uint32_t sample_rate;      // samples per second
     std::uint32_t byte_rate;        // average bytes per second
     std::uint16_t block_align;      // bytes per sample frame
-    std::uint16_t bits_per_sample;  //
+    std::uint16_t bits_per_sample;  // of what is in the file; 0 where the format has no such number
     std::uint16_t extra_size;       // bytes that follow
 };
 
