@@ -10,6 +10,7 @@
 #include <cstdlib>
 
 #include "codec/codec_stream.h"
+#include "codec/codec_table.h"
 #include "support/capture.h"
 
 namespace {
@@ -177,4 +178,17 @@ TEST(CodecMemory, BlockSizeThatIsRefusedTakesNothingForGood) {
 
 TEST(CodecMemory, UnsupportedTagAsksForNothing) {
     for (const std::uint32_t tag : {0x0000u, 0x0002u, 0x1234u}) EXPECT_EQ(create(tag, 0).requests_made, 0);
+}
+
+TEST(CodecMemory, InitWithoutItsPrivateBlockReturnsMinusOneAndLeavesTheStreamWithout) {
+    for (const CodecInit init : {g711_alaw_init, g711_ulaw_init, ima_adpcm_init, gsm0610_init}) {
+        int anything = 0;
+        CodecStream stream = {};
+        stream.name = "some codec";
+        stream.codec_private = &anything;
+        requests = {true, 1, 0, requests.live};
+        output_of([&] { EXPECT_EQ(init(stream, codec_mode_encode), -1); });
+        requests.counted = false;
+        EXPECT_EQ(stream.codec_private, nullptr);
+    }
 }

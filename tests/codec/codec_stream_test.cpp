@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
 
 #include "codec/codec_table.h"
 #include "codec/stream_tools.h"
@@ -39,6 +40,23 @@ struct CountedCall {
 
 }  // namespace
 
+TEST(CodecStream, RecordHoldsItsFieldsInTheirOrder) {
+    const std::size_t offsets[] = {offsetof(CodecStream, name),          offsetof(CodecStream, flags),
+                                   offsetof(CodecStream, block_size),    offsetof(CodecStream, input_format),
+                                   offsetof(CodecStream, output_format), offsetof(CodecStream, encode),
+                                   offsetof(CodecStream, decode),        offsetof(CodecStream, io),
+                                   offsetof(CodecStream, io_context),    offsetof(CodecStream, ibuff),
+                                   offsetof(CodecStream, read_cursor),   offsetof(CodecStream, obuff),
+                                   offsetof(CodecStream, write_cursor),  offsetof(CodecStream, ibuff_size),
+                                   offsetof(CodecStream, obuff_size),    offsetof(CodecStream, last_read),
+                                   offsetof(CodecStream, output_count),  offsetof(CodecStream, bytes_left),
+                                   offsetof(CodecStream, space_left),    offsetof(CodecStream, codec_private)};
+    EXPECT_TRUE(std::ranges::is_sorted(offsets));
+    const std::size_t format_offsets[] = {offsetof(PcmFormat, channels), offsetof(PcmFormat, bits_per_sample),
+                                          offsetof(PcmFormat, sample_rate)};
+    EXPECT_TRUE(std::ranges::is_sorted(format_offsets));
+}
+
 TEST(CodecStreamCreate, NewStreamIsEmpty) {
     const StreamPtr stream = new_stream(linear_pcm, mode_encode);
     EXPECT_EQ(stream->flags, 0);
@@ -70,10 +88,15 @@ TEST(CodecStreamCreate, FormatIsCopiedToBothSides) {
 
 TEST(CodecStreamCreate, OnlyTheBitsOfTheOutputFormatChange) {
     for (const std::uint32_t tag : {g711_alaw, g711_ulaw, ima_adpcm, gsm0610}) {
-        const StreamPtr stream = new_stream(tag, mode_encode, 0, nullptr, {3, 16, 11025});
-        EXPECT_EQ(stream->input_format.bits_per_sample, 16);
-        EXPECT_EQ(stream->output_format.channels, 3);
-        EXPECT_EQ(stream->output_format.sample_rate, 11025u);
+        for (const int mode : {mode_encode, mode_decode}) {
+            const StreamPtr stream = new_stream(tag, mode, 0, nullptr, {3, 12, 11025});
+            EXPECT_EQ(stream->input_format.channels, 3);
+            EXPECT_EQ(stream->input_format.bits_per_sample, 12);
+            EXPECT_EQ(stream->input_format.sample_rate, 11025u);
+            EXPECT_EQ(stream->output_format.channels, 3);
+            EXPECT_NE(stream->output_format.bits_per_sample, 12);
+            EXPECT_EQ(stream->output_format.sample_rate, 11025u);
+        }
     }
 }
 
@@ -219,6 +242,21 @@ TEST(CodecStreamWrite, NoMoreIsHandedOnThanTheOutputBufferHolds) {
     operation_result = 32767;
     write_to(*stream, counting_bytes(2049));
     EXPECT_EQ(sink.counts, std::vector<int>{2048});
+}
+
+TEST(CodecStreamWrite, EncodersDoNotLookAtTheFlags) {
+    for (const std::uint32_t tag : {linear_pcm, g711_alaw, g711_ulaw, ima_adpcm, gsm0610}) {
+        BlockSink sinks[2];
+        for (int flagged = 0; flagged < 2; ++flagged) {
+            const StreamPtr stream = new_stream(tag, mode_encode);
+            if (flagged != 0) stream->flags = 0xFFFF;
+            sinks[flagged].attach(*stream);
+            write_to(*stream, counting_bytes(9000));
+            EXPECT_EQ(stream->flags, flagged != 0 ? 0xFFFF : 0);
+        }
+        EXPECT_FALSE(sinks[0].blocks.empty());
+        EXPECT_EQ(sinks[0].blocks, sinks[1].blocks) << tag;
+    }
 }
 
 TEST(CodecStreamWrite, ResultOfTheCallbackIsIgnored) {

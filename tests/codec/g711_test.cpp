@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 
 #include "codec/stream_tools.h"
 
@@ -400,4 +401,14 @@ TEST(Ulaw, SingleSampleLookUpsUseTheMaps) {
     const std::vector<int> expanded = decoded(g711_ulaw, all_codes());
     for (int code = 0; code <= 0xFF; ++code)
         ASSERT_EQ(g711_ulaw_decode_sample(static_cast<std::uint8_t>(code)), expanded[static_cast<std::size_t>(code)]);
+}
+
+TEST(UlawDeathTest, SingleSampleLookUpsBeforeAnyInitGiveSilence) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");  // a process of its own, in which nothing has built the maps
+    EXPECT_EXIT(
+        {
+            const bool silent = g711_ulaw_encode_sample(1000) == 0xFF && g711_ulaw_decode_sample(0x00) == 0;
+            std::exit(silent ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }

@@ -361,12 +361,6 @@ TEST(ImaAdpcm, WithoutTheFlagTheFirstFourBytesAreCodes) {
     EXPECT_EQ(decoded_by(stream, bytes({0x0C, 0xFE, 10, 0xAA, 0x81})).size(), 10u);
 }
 
-TEST(ImaAdpcm, EncoderDoesNotLookAtTheFlags) {
-    const StreamPtr stream = new_stream(ima_adpcm, mode_encode);
-    stream->flags = codec_flag_block_headers;
-    EXPECT_EQ(encoded_by(stream, {7, 7}), bytes({0x40}));
-}
-
 TEST(ImaAdpcm, HeaderIndexAboveTheTableIsTakenAsItsLastRow) {
     for (int index = 0; index <= 0xFF; ++index) {
         const StreamPtr stream = new_stream(ima_adpcm, mode_decode);

@@ -156,8 +156,21 @@ TEST_F(RiffFaults, DataHeaderThatDoesNotFitReturnsItsStatusAndWritesNoData) {
     output = output_of([&] { EXPECT_EQ(riff_write_data(file, data.data(), 5), -1); });
     EXPECT_EQ(output.err, "RIFF: unable to write integer !\n");
     EXPECT_EQ(file->data_count, 0u);
+    EXPECT_EQ(file->data_patch_position, 16);  // noted before the header is written
     EXPECT_EQ(medium.content.size(), outer_header_bytes + 4);
     riff_close(file);
+}
+
+TEST_F(RiffFaults, DataOfWhichNothingWasWrittenLeavesItsHeaderAndTheNextWritesAnother) {
+    RiffFile* file = written_to(outer_header_bytes + 8);
+    const Bytes data = bytes({7, 8});
+    EXPECT_EQ(riff_write_data(file, data.data(), 2), 0);
+    medium.capacity = 1000;
+    EXPECT_EQ(riff_write_data(file, data.data(), 2), 2);
+    riff_close(file);
+    EXPECT_EQ(medium.content, bytes({'R', 'I', 'F', 'F', 30, 0, 0, 0, 'W', 'A', 'V', 'E',  //
+                                     'd', 'a', 't', 'a', 0,  0, 0, 0,                      //
+                                     'd', 'a', 't', 'a', 2,  0, 0, 0, 7,   8}));
 }
 
 TEST_F(RiffFaults, ShortDataIsCountedAsFarAsItWentWithoutAMessage) {
@@ -227,6 +240,15 @@ TEST_F(RiffFaults, CloseReportsNeitherSeeksNorPatchesThatFail) {
     EXPECT_EQ(medium.closes, 1);
 }
 
+TEST_F(RiffFaults, CloseOfAFileOpenedForReadingPatchesNothingEvenWhereItCould) {
+    medium.content = bytes_of("RIFF____WAVEdata\2___ab");
+    const Bytes before = medium.content;
+    RiffFile* file = open_over(medium, 0, &output);
+    ASSERT_NE(file, nullptr);
+    riff_close(file);
+    EXPECT_EQ(medium.content, before);
+}
+
 TEST_F(RiffFaults, CloseReturnsWhatFcloseReturns) {
     RiffFile* file = written_to(1000);
     medium.close_fails = true;
@@ -268,6 +290,8 @@ TEST_F(RiffFaults, FormatBodyThatDoesNotFitFailsWithoutAMessageAndIsNotCounted) 
     output = output_of([&] { EXPECT_EQ(riff_write_format(file, &format), -1); });
     EXPECT_EQ(output.err, "");
     EXPECT_EQ(file->chunk.size, 20u);
+    EXPECT_EQ(format.block_align, 2);
+    EXPECT_EQ(format.byte_rate, 16000u);
     riff_close(file);
 }
 

@@ -92,6 +92,14 @@ TEST_F(RiffWrite, OuterHeaderReadsFourUntilTheFileIsClosed) {
     EXPECT_EQ(closed(file), bytes({'R', 'I', 'F', 'F', 12, 0, 0, 0, 'W', 'A', 'V', 'E'}));
 }
 
+TEST_F(RiffWrite, AnyFormTypeIsWrittenFirstCharacterFirst) {
+    write_file(path, {});
+    RiffFile* file = riff_open(path.c_str(), fourcc("AVI "));
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(file->form_type, 0x20495641u);
+    EXPECT_EQ(closed(file), bytes({'R', 'I', 'F', 'F', 12, 0, 0, 0, 'A', 'V', 'I', ' '}));
+}
+
 TEST_F(RiffWrite, FileThatIsNeverClosedKeepsItsProvisionalSizes) {
     RiffFile* file = created_with_pcm_format();
     write_all(file, bytes({1, 2, 3}));
@@ -189,6 +197,15 @@ TEST_F(RiffWrite, EachDataCallIsInTheFileWhenItReturns) {
     write_all(file, bytes({2, 3}));
     EXPECT_EQ(std::filesystem::file_size(path), 31u);
     riff_close(file);
+}
+
+TEST_F(RiffWrite, SizesArePatchedByTheLowFourBytesOfTheirCounts) {
+    RiffFile* file = created();
+    write_all(file, bytes({7}));
+    file->chunk.size = 0x0000001122334455;
+    file->data_count = 0x000000AABBCCDDEE;
+    EXPECT_EQ(closed(file), bytes({'R', 'I', 'F', 'F', 0x55, 0x44, 0x33, 0x22, 'W', 'A', 'V', 'E',  //
+                                   'd', 'a', 't', 'a', 0xEE, 0xDD, 0xCC, 0xBB, 7}));
 }
 
 TEST_F(RiffWrite, IntegerIsWrittenLeastSignificantByteFirstAndCutTo32Bits) {

@@ -119,6 +119,15 @@ TEST_F(RiffRead, FormatIsFoundBehindOtherChunksAndReadWhole) {
     EXPECT_EQ(read_data(5), bytes({9}));
 }
 
+TEST_F(RiffRead, FirstOfTwoFormatsIsReadAndThenTheNext) {
+    open_wave(chunk("fmt ", bytes({1, 2})) + chunk("fmt ", bytes({3, 4})));
+    Bytes buffer(2);
+    EXPECT_EQ(find_format(buffer), 0);
+    EXPECT_EQ(buffer, bytes({1, 2}));
+    EXPECT_EQ(find_format(buffer), 0);
+    EXPECT_EQ(buffer, bytes({3, 4}));
+}
+
 TEST_F(RiffRead, FormatThatWasWrittenComesBackAsTheRecord) {
     open(Bytes(std::begin(wav_364_bytes), std::end(wav_364_bytes)));
     WaveFormat format = {};
