@@ -263,8 +263,8 @@ TEST_P(AmbeToneTest, DualTonesHaveBothLinesWithinTwoHertz) {
     const double knox_rows[] = {606, 672, 743, 820};
     for (int raw = 0; raw < 32; raw++) {
         const Samples samples = tone_of(raw, 200, 5);
-        const double column = (raw < 16 ? dtmf_columns : knox_columns)[raw % 16 / 4];
-        const double row = (raw < 16 ? dtmf_rows : knox_rows)[raw % 4];
+        const double column = raw < 16 ? dtmf_columns[raw / 4] : knox_columns[raw / 4 - 4];
+        const double row = raw < 16 ? dtmf_rows[raw % 4] : knox_rows[raw % 4];
         EXPECT_NEAR(strongest_near(samples, column), column, 2) << raw;
         EXPECT_NEAR(strongest_near(samples, row), row, 2) << raw;
     }
