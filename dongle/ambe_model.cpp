@@ -142,13 +142,13 @@ void predict(const float* log2_before, int harmonics_before, int harmonics, floa
         const Floats harmonic = lane_numbers + static_cast<float>(i + 1);
         const Floats place = lesser(harmonic * before / count, splat(before));
         const Words lower = whole_numbers(place);
-        Floats left{};
-        Floats right{};
+        float left[lane_count];
+        float right[lane_count];
         for (int lane = 0; lane < lane_count; lane++) {
             left[lane] = extended[lower[lane]];
             right[lane] = extended[lower[lane] + 1];
         }
-        put(prediction + i, left + (place - signed_floats(lower)) * (right - left));
+        put(prediction + i, floats_at(left) + (place - signed_floats(lower)) * (floats_at(right) - floats_at(left)));
     }
 }
 

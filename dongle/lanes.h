@@ -1,15 +1,22 @@
 // SPDX-License-Identifier: MIT
 // Eight numbers side by side, and the few functions of angles and powers that reach the samples.
 //
-// The same source is compiled once for every x86-64 (two halves of four), once for AVX2 (eight at once) and, for the
-// tests, once with plain loops over eight numbers. All of them do the same operations of single precision in the same
-// order, none is fused and none comes from the C library, whose results depend on the processor: same frames, same
-// bytes, on every machine.
+// The same source is compiled once for every x86-64 (two vectors of four), once for AVX2 (one vector of eight) and, for
+// the tests, once as plain arithmetic of eight single numbers. All of them do the same operations of single precision
+// in the same order, none is fused and none comes from the C library, whose results depend on the processor: same
+// frames, same bytes, on every machine.
 //
 // `ARITHMETIC` is the namespace, and so the name, of the version that is being compiled.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <type_traits>
+#include <utility>
+
+#ifndef PLAIN_LANES
+#include <immintrin.h>
+#endif
 
 #ifndef ARITHMETIC
 #define ARITHMETIC baseline
@@ -25,17 +32,13 @@ constexpr int lane_count = 8;
 #else
 #include "lanes_vector.inc"
 #endif
+#include "lanes_eight.inc"
+
+constexpr Floats lane_numbers = {0, 1, 2, 3, 4, 5, 6, 7};
 
 // The eight numbers added up, always in this order.
 inline float sum(Floats x) {
     return ((x[0] + x[4]) + (x[2] + x[6])) + ((x[1] + x[5]) + (x[3] + x[7]));
-}
-
-inline Floats splat(float x) {
-    return Floats{} + x;
-}
-inline Words splat(std::uint32_t x) {
-    return Words{} + x;
 }
 
 // a where the mask's bits are set, b elsewhere.
@@ -48,12 +51,6 @@ inline Floats keep(Words mask, Floats x) {
     return floats_of_bits(mask & bits_of(x));
 }
 
-inline Floats lesser(Floats a, Floats b) {
-    return select(greater(b, a), a, b);
-}
-inline Floats greater_of(Floats a, Floats b) {
-    return select(greater(a, b), a, b);
-}
 inline Floats magnitude_of(Floats x) {
     return floats_of_bits(bits_of(x) & 0x7FFFFFFFU);
 }

@@ -131,14 +131,14 @@ constexpr HalfRotations half_rotations = make_half_rotations();
 inline void transpose(const Floats* x, Floats* y) {
     Floats pairs[lane_count];
     for (int i = 0; i < lane_count; i += 2) {
-        pairs[i] = pick<0, 8, 2, 10, 4, 12, 6, 14>(x[i], x[i + 1]);
-        pairs[i + 1] = pick<1, 9, 3, 11, 5, 13, 7, 15>(x[i], x[i + 1]);
+        pairs[i] = pick<0, 8, 1, 9, 4, 12, 5, 13>(x[i], x[i + 1]);
+        pairs[i + 1] = pick<2, 10, 3, 11, 6, 14, 7, 15>(x[i], x[i + 1]);
     }
     Floats fours[lane_count];
     for (int i = 0; i < lane_count; i += 4)
-        for (int j = i; j < i + 2; j++) {
-            fours[j] = pick<0, 1, 8, 9, 4, 5, 12, 13>(pairs[j], pairs[j + 2]);
-            fours[j + 2] = pick<2, 3, 10, 11, 6, 7, 14, 15>(pairs[j], pairs[j + 2]);
+        for (int j = 0; j < 2; j++) {
+            fours[i + 2 * j] = pick<0, 1, 8, 9, 4, 5, 12, 13>(pairs[i + j], pairs[i + j + 2]);
+            fours[i + 2 * j + 1] = pick<2, 3, 10, 11, 6, 7, 14, 15>(pairs[i + j], pairs[i + j + 2]);
         }
     for (int i = 0; i < 4; i++) {
         y[i] = pick<0, 1, 2, 3, 8, 9, 10, 11>(fours[i], fours[i + 4]);
