@@ -34,6 +34,14 @@ int get_console_state(termios* state, bool* terminal) {
     return result;
 }
 
+// Without a saved state the record is all zero, speed 0 included, and no terminal wants that: it is asked, not touched.
+// One that cannot even be asked cannot be restored either.
+int put_saved_state_back() {
+    if (has_saved_state) return TIO_Sstate(STDIN_FILENO, &saved_state);
+    termios unused;
+    return TIO_Gstate(STDIN_FILENO, &unused);
+}
+
 }  // namespace
 
 int kb_raw_on() {
@@ -53,9 +61,7 @@ int kb_raw_on() {
 }
 
 int kb_raw_off() {
-    // Without a saved state the record is all zero, speed 0 included: no terminal wants that.
-    if (!has_saved_state) return 0;
-    if (TIO_Sstate(STDIN_FILENO, &saved_state) < 0) return complain("KB: unable to restore state !\n");
+    if (put_saved_state_back() < 0) return complain("KB: unable to restore state !\n");
     terminal_is_raw = 0;
     return 0;
 }

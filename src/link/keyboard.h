@@ -11,7 +11,7 @@
 // "KB: unable to get set new state !\n" on standard error. Called twice without kb_raw_off it saves the raw state.
 int kb_raw_on();
 
-// Puts the saved state back. Returns 0, also when kb_raw_on never saved one: nothing is touched then; -1 after
+// Puts the saved state back; when kb_raw_on never saved one the terminal is asked, not touched. Returns 0; -1 after
 // "KB: unable to restore state !\n" on standard error.
 int kb_raw_off();
 

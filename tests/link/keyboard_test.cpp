@@ -176,30 +176,49 @@ TEST_F(Keyboard, RawOffThatCannotRestoreTheStateSaysSo) {
     EXPECT_EQ(last_error(), "TIO_Sstate: 5");
 }
 
-// Exits with 0 when raw mode off, of either kind, succeeds and leaves the terminal alone.
-[[noreturn]] void exit_after_raw_off() {
+// Exits with 0 when raw mode off gives `expected`, and neither it nor its twin for signals touches the terminal.
+[[noreturn]] void exit_after_raw_off(int expected) {
     const int result = kb_raw_off();
     kb_raw_off_in_signal();
-    _exit(result == 0 && libc_calls().applied.empty() ? 0 : 1);
+    _exit(result == expected && libc_calls().applied.empty() ? 0 : 1);
 }
 
-[[noreturn]] void exit_after_failed_raw_on() {
+// Likewise, after a raw mode on that could not get the state.
+[[noreturn]] void exit_after_failed_raw_on(void (*before_raw_off)(), int expected) {
     libc_calls().failures = {
         {"tcgetattr", EIO}
     };
     kb_raw_on();
-    exit_after_raw_off();
+    before_raw_off();
+    exit_after_raw_off(expected);
 }
 
-// A saved state stays for the rest of a program, so these two are programs of their own.
+// A saved state stays for the rest of a program, so these are programs of their own.
 TEST_F(Keyboard, RawOffBeforeAnyRawOnTouchesNothing) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(exit_after_raw_off(), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(exit_after_raw_off(0), testing::ExitedWithCode(0), "^$");
 }
 
 TEST_F(Keyboard, RawOffAfterARawOnThatSavedNothingTouchesNothing) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(exit_after_failed_raw_on(), testing::ExitedWithCode(0), "^KB: unable to get current state !\n$");
+    EXPECT_EXIT(exit_after_failed_raw_on(reset_libc_calls, 0), testing::ExitedWithCode(0),
+                "^KB: unable to get current state !\n$");
+}
+
+TEST_F(Keyboard, RawOffOfATerminalThatStillCannotBeAskedSaysSo) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(exit_after_failed_raw_on([] {}, -1), testing::ExitedWithCode(0),
+                "^KB: unable to get current state !\nKB: unable to restore state !\n$");
+}
+
+TEST_F(Keyboard, RawOffWithoutStandardInputSaysSo) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            close(STDIN_FILENO);
+            exit_after_raw_off(-1);
+        },
+        testing::ExitedWithCode(0), "^KB: unable to restore state !\n$");
 }
 
 TEST_F(KeyboardElsewhere, StandardInputFromAFileIsAcceptedInSilenceAndReadToItsEnd) {
