@@ -29,9 +29,9 @@ struct Pump {
     Player& player;
     const Sink& sink;
     VoiceRecording& recording;
-    int state = file_started;
+    State state = file_started;
     std::uint8_t* frame = nullptr;  // in the recording's buffer
-    std::uint8_t packet[receive_buffer_bytes] = {};
+    std::uint8_t received[receive_buffer_bytes] = {};
 };
 
 struct EventRow {
@@ -77,7 +77,7 @@ Step spin(Pump& pump) {
 Step read(Pump& pump) {
     pump.frame = voice_recording_next(pump.recording);
     if (!pump.frame) return ended("DONE");
-    pump.state++;
+    pump.state = static_cast<State>(pump.state + 1);
     return Step::receive;
 }
 
@@ -91,7 +91,7 @@ Step send_frame(Pump& pump) {
 
 // Kept: no frame is read and no key polled between blocks that come back to back.
 Step deliver_block(Pump& pump) {
-    pump.sink.write(pump.player, pump.packet);
+    pump.sink.write(pump.player, pump.received);
     pump.state = frame_waiting;
     return Step::receive;
 }
@@ -104,7 +104,7 @@ Step unknown_packet(Pump& pump) {
 
 Step receive(Pump& pump) {
     int type = 0;
-    const int length = dongle_recv(&type, pump.packet, receive_buffer_bytes);
+    const int length = dongle_recv(&type, pump.received, receive_buffer_bytes);
     switch (classify(length, type)) {
         case Event::failed: return Step::end;
         case Event::nothing: return Step::dispatch;
@@ -122,8 +122,9 @@ Step dispatch(Pump& pump) {
         case file_started: pump.player.spinner = 0; return Step::spin;
         case frame_wanted: return Step::spin;
         case frame_waiting: return Step::receive;
-        default: return unknown_packet(pump);
+        case never_entered: return unknown_packet(pump);
     }
+    return Step::end;
 }
 
 void run(Pump& pump) {
