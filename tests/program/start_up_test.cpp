@@ -125,6 +125,14 @@ TEST(StartUp, MissingOperandPrintsTheBannerThenUsage) {
     }
 }
 
+TEST(StartUp, BannerStandsBeforeTheUsageLineAlsoWhenBothGoToOneFile) {
+    const Scenario scenario;
+    ProgramCall call = scenario.call();
+    call.arguments = {"-W", "-F", "mp3"};
+    call.error_joins_output = true;
+    EXPECT_EQ(run_program(call).out, "Format 'mp3' is not supported.\n" + banner() + usage_line);
+}
+
 TEST(StartUp, UsageErrorAmongTheOptionsPrintsNoBanner) {
     ThreeFrames scenario({"-x"});
     const Outcome outcome = scenario.run();

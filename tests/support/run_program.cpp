@@ -133,7 +133,7 @@ RunningProgram::RunningProgram(const ProgramCall& call)
         if (!call.directory.empty() && chdir(call.directory.c_str()) < 0) _exit(status_cannot_start);
         dup2(out_, STDOUT_FILENO);
         if (!call.output_path.empty()) move_to(open(call.output_path.c_str(), O_WRONLY), STDOUT_FILENO);
-        dup2(err_, STDERR_FILENO);
+        dup2(call.error_joins_output ? STDOUT_FILENO : err_, STDERR_FILENO);
         install_input(call.input, pipe.reading);
         if (call.output_closed) close(STDOUT_FILENO);
         execve(call.path.c_str(), arguments.data(), environment.data());
