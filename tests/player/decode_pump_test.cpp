@@ -388,6 +388,60 @@ TEST(DecodePump, OutputThatCannotBeCreatedStartsNoVocoderAndTouchesNoConsole) {
     EXPECT_EQ(run.outcome.results, std::vector<int>{-1});
 }
 
+TEST(DecodePump, OutputWhoseFormatCannotBeWrittenIsClosedAndSaid) {
+    for (int room = 12; room < 36; room += 4) {  // the outer header fits, the "fmt " chunk does not
+        Walk walk = raw_walk(9, {});
+        walk.output_room = room;
+        const PumpRun run(walk);
+        const Lines& trace = run.outcome.trace;
+        EXPECT_EQ(run.printed(),
+                  "Converting file '" + run.input() + "' to '" + run.output() + "': I/O ERR: CANNOT CREATE\\n");
+        ASSERT_GE(trace.size(), 3u);
+        EXPECT_EQ(trace[trace.size() - 3], "fclose(" + run.output() + ")") << room;
+        EXPECT_EQ(trace[trace.size() - 2], "fclose(" + run.input() + ")") << room;
+        EXPECT_EQ(count_starting_with(trace, "ambe_init") + count_starting_with(trace, "dongle_run"), 0) << room;
+        EXPECT_EQ(count_starting_with(trace, "tcgetattr"), 0) << room;
+        EXPECT_EQ(run.outcome.results, std::vector<int>{-1});
+    }
+}
+
+TEST(DecodePump, OutputWhoseOuterHeaderCannotBeWrittenIsNotCreated) {
+    for (int room = 0; room < 12; room += 4) {
+        Walk walk = raw_walk(9, {});
+        walk.output_room = room;
+        const PumpRun run(walk);
+        EXPECT_EQ(run.printed(), "Converting file '" + run.input() + "' to '" + run.output() + "': CANNOT CREATE\\n");
+        EXPECT_EQ(count_starting_with(run.outcome.trace, "ambe_init"), 0) << room;
+        EXPECT_EQ(run.outcome.results, std::vector<int>{-1});
+    }
+}
+
+TEST(DecodePump, DiskThatFillsUpAfterTheFormatIsNotLookedAt) {
+    Walk walk = raw_walk(9, {wants_frame, pcm_block, pcm_block, pcm_block, pcm_block, wants_frame, timed_out});
+    walk.output_room = 36;
+    EXPECT_EQ(PumpRun(walk).steps(), (Lines{"spin", "recv", "send 1", "spin", "recv", "recv", "recv", "recv", "recv",
+                                            "send 2", "spin", "recv", "TIMEOUT"}));
+}
+
+TEST(DecodePump, RawRecordingThatCannotBeOpenedAgainIsDone) {
+    Walk walk = raw_walk(9, {});
+    walk.failing_fopen = 2;
+    const PumpRun run(walk);
+    EXPECT_EQ(run.steps(), (Lines{"spin", "DONE"}));
+    EXPECT_EQ(count_starting_with(run.outcome.trace, "fclose(" + run.input() + ")"), 1) << "there is no second one";
+    EXPECT_EQ(run.outcome.results, std::vector<int>{0});
+}
+
+TEST(DecodePump, OutputThatCannotBeTruncatedIsWrittenAllTheSame) {
+    Walk walk = raw_walk(9, {failed});
+    walk.failing_fopen = 3;  // of mode "wb"; the name has no file then, so another is put in its place
+    walk.output_room = 1000;
+    const PumpRun run(walk);
+    EXPECT_TRUE(holds(run.outcome.trace, "fopen(" + run.output() + ", wb) failed"));
+    EXPECT_EQ(run.steps(), (Lines{"spin", "recv"}));
+    EXPECT_EQ(run.outcome.results, std::vector<int>{0});
+}
+
 TEST(DecodePump, AudioThatCannotStartLeavesTheRecordingOpen) {
     Walk walk = raw_walk(9, {});
     walk.convert = false;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The keyboard, the console's state, the files and the audio layer as the pump sees them. The linker passes the C
 // library's calls through here (--wrap); those of the test itself go on untouched.
+#include <errno.h>
 #include <stdio.h>
 #include <sys/select.h>
 #include <termios.h>
@@ -28,6 +29,24 @@ std::map<FILE*, std::string>& names_of_files() {
 }
 
 int key_waiting = 0;  // what the next read of the keyboard gives
+
+// The output file on a disk with `room` bytes left: what comes after them is refused at once.
+ssize_t write_while_there_is_room(void*, const char*, size_t count) {
+    int& room = surroundings().output_room;
+    if (static_cast<size_t>(room) < count) return 0;
+    room -= static_cast<int>(count);
+    return static_cast<ssize_t>(count);
+}
+
+FILE* open_full_disk() {
+    FILE* file = fopencookie(nullptr, "w", {nullptr, write_while_there_is_room, nullptr, nullptr});
+    setvbuf(file, nullptr, _IONBF, 0);
+    return file;
+}
+
+std::string control_name(const AudioControl* control) {
+    return control == surroundings().audio_control ? "control" : "another control";
+}
 
 }  // namespace
 
@@ -76,8 +95,16 @@ int __wrap_tcsetattr(int descriptor, int when, const termios* state) {
 }
 
 FILE* __wrap_fopen(const char* path, const char* mode) {
-    FILE* file = __real_fopen(path, mode);
-    if (!surroundings().recording) return file;
+    Surroundings& around = surroundings();
+    if (!around.recording) return __real_fopen(path, mode);
+    const bool updates = std::string(mode) == "rb+";
+    FILE* file = nullptr;
+    if (++around.fopens == around.failing_fopen)
+        errno = ENOENT;
+    else if (updates && around.output_room != unlimited_room)
+        file = open_full_disk();
+    else
+        file = __real_fopen(path, mode);
     traced(std::string("fopen(") + path + ", " + mode + (file ? ")" : ") failed"));
     if (file) names_of_files()[file] = path;
     return file;
@@ -100,30 +127,35 @@ void close_forgotten_files() {
 
 // The audio layer, in place of the room's own.
 
-int audio_detect(int) {
-    return 0;
+int audio_detect(int report) {
+    traced("audio_detect(" + std::to_string(report) + ")");
+    return surroundings().audio_device;
 }
 
-AudioControl* audio_alloc(int) {
-    return nullptr;
+AudioControl* audio_alloc(int device) {
+    traced("audio_alloc(" + std::to_string(device) + ")");
+    return surroundings().audio_control;
 }
 
-int audio_format(AudioControl*, int, long, int) {
-    return 0;
+int audio_format(AudioControl* control, int channels, long sample_rate, int bits_per_sample) {
+    traced("audio_format(" + control_name(control) + ", " + std::to_string(channels) + ", " +
+           std::to_string(sample_rate) + ", " + std::to_string(bits_per_sample) + ")");
+    return -1;  // the result is not looked at
 }
 
-int audio_open(AudioControl*, int) {
-    return 0;
+int audio_open(AudioControl* control, int mode) {
+    traced("audio_open(" + control_name(control) + ", " + std::to_string(mode) + ")");
+    return surroundings().audio_open_result;
 }
 
-int audio_start(AudioControl*, AudioPullCallback callback, void* data) {
-    const bool as_agreed = callback == pull_block && data == nullptr;
+int audio_start(AudioControl* control, AudioPullCallback callback, void* data) {
+    const bool as_agreed = callback == pull_block && data == nullptr && control == surroundings().audio_control;
     traced(as_agreed ? "audio_start(pull_block, none)" : "audio_start of another kind");
     return surroundings().audio_start_result;
 }
 
-int audio_stop(AudioControl*) {
-    traced("audio_stop");
+int audio_stop(AudioControl* control) {
+    traced(control == surroundings().audio_control ? "audio_stop" : "audio_stop of another control");
     return 0;
 }
 
@@ -131,6 +163,7 @@ int audio_attach(AudioControl*, AudioPullCallback, void*) {
     return 0;
 }
 
-int audio_free(AudioControl*) {
+int audio_free(AudioControl* control) {
+    traced("audio_free(" + control_name(control) + ")");
     return 0;
 }

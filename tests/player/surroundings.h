@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "audio/audio.h"
 #include "support/temp_dir.h"
 
 // What one dongle_recv gives, and what the audio layer does meanwhile.
@@ -22,6 +23,7 @@ struct Answer {
 
 constexpr int failed_read = -1;
 constexpr int end_of_input = 256;
+constexpr int unlimited_room = -1;
 
 // What one look at the keyboard finds.
 struct Poll {
@@ -31,10 +33,17 @@ struct Poll {
 
 // The calls come in the order of the script. After its end the vocoder fails and no key waits.
 struct Surroundings {
-    std::vector<Answer> answers;
-    std::vector<Poll> polls;
+    std::vector<Answer> answers = {};
+    std::vector<Poll> polls = {};
+    int audio_device = 0;                   // that audio_detect finds
+    AudioControl* audio_control = nullptr;  // of audio_alloc, and the one that the other operations may be given
+    int audio_open_result = 0;
     int audio_start_result = 0;
+    int failing_fopen = 0;                 // its number, 1 being the first; 0: none is made to fail
+    int output_room = unlimited_room;      // bytes that a WAVE file takes
     const std::uint8_t* packet = nullptr;  // the one buffer that the library may be given
+
+    int fopens = 0;
 
     std::size_t answers_given = 0;
     std::size_t polls_made = 0;

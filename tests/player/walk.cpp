@@ -54,13 +54,18 @@ WalkOutcome walk_pump(const Walk& walk, const std::string& directory) {
     lay_out(walk, directory);
     drain_block();
     WalkOutcome outcome;
+    AudioControl control = {};
     Player player;
+    player.audio = &control;
     player.settings.write_mode = walk.convert;
     player.settings.reverse_bits = walk.reverse_bits ? 1 : 0;
     {
         const TracedRun run({.answers = walk.answers,
                              .polls = walk.polls,
+                             .audio_control = &control,
                              .audio_start_result = walk.audio_start_result,
+                             .failing_fopen = walk.failing_fopen,
+                             .output_room = walk.output_room,
                              .packet = player.packet});
         player_start_codec(player);
         fflush(stdout);

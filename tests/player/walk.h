@@ -17,6 +17,8 @@ struct Walk {
     bool convert = true;
     bool reverse_bits = false;
     int audio_start_result = 0;
+    int failing_fopen = 0;             // as in Surroundings
+    int output_room = unlimited_room;  // as in Surroundings
     std::vector<RecordingFile> recordings;
     std::vector<Answer> answers;  // of all the files, one after the other
     std::vector<Poll> polls;
