@@ -53,6 +53,8 @@ int convert_start(Player& player, const char* path) {
         std::printf(" to '%s': ", name);
         player.riff = create_wave_file(player, name);
         std::free(name);
+    } else {
+        std::printf(": ");
     }
     if (!player.riff) {
         std::printf("CANNOT CREATE\n");

@@ -23,7 +23,7 @@ std::map<std::string, Outcome> outcomes(const Lines& options) {
     for (int failing = 1; failing <= more_allocations_than_there_are; failing++) {
         ThreeFrames scenario(options);
         scenario.environment = {
-            {"LD_PRELOAD",        FAILING_MEMORY         },
+            {"LD_PRELOAD",        WATCHED_MEMORY         },
             {"QUAVER_TEST_FAILS", std::to_string(failing)}
         };
         const Outcome outcome = scenario.run();
@@ -78,20 +78,57 @@ TEST(Memory, RiffFileThatCannotBeHadFailsTheFileOnly) {
     EXPECT_EQ(outcome.calls, start_calls() + end_calls);
 }
 
-TEST(Memory, OnceAFileRunsNothingIsAllocated) {
-    ThreeFrames scenario;
-    scenario.script = "recv 48 5\nrecv 320 4 100\nrest 48 5\n";
-    scenario.environment = {
-        {"LD_PRELOAD",        FAILING_MEMORY},
-        {"QUAVER_TEST_FAILS", "1000"        }
-    };
-    const Outcome plenty = scenario.run();
-    EXPECT_EQ(plenty.err, convert_teardown());
+TEST(Memory, OutputNameThatCannotBeHadFailsTheFileOnly) {
     const auto found = outcomes({"-W"});
-    for (const auto& [err, outcome] : found) {
-        if (outcome.status != 0 || err != convert_teardown()) continue;
-        EXPECT_EQ(frames_sent(outcome.calls), frames(3));
-    }
+    ASSERT_THAT(found, Contains(Key("")));
+    const Outcome& outcome = found.at("");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.out, convert_start_up() + "Converting file 'rec.ambe': CANNOT CREATE\n");
+    EXPECT_EQ(outcome.calls, start_calls() + end_calls);
+}
+
+// How often the program asks for memory while the vocoder answers `count` frames with a block each.
+std::string allocations_for(int count) {
+    Scenario scenario;
+    scenario.add_file("rec.ambe", raw_recording(frames(count)));
+    scenario.arguments = {"-W", "-F", "adpcm", "rec.ambe"};
+    for (int i = 0; i < count; i++) scenario.script += "recv 48 5\nrecv 320 4\n";
+    scenario.script += "rest 48 5\n";
+    scenario.environment = {
+        {"LD_PRELOAD",            WATCHED_MEMORY        },
+        {"QUAVER_TEST_ALLOCATED", scenario / "allocated"}
+    };
+    EXPECT_THAT(scenario.run().out, HasSubstr(spinner(count + 1) + "DONE\n"));
+    const Bytes text = scenario.file("allocated");
+    return {text.begin(), text.end()};
+}
+
+TEST(Memory, OnceAFileRunsNothingIsAllocated) {
+    const std::string for_one_frame = allocations_for(1);
+    EXPECT_GT(std::stoi(for_one_frame), 0);
+    EXPECT_EQ(allocations_for(200), for_one_frame);
+}
+
+// The blocks that are given back, among the calls of the vocoder library.
+Lines calls_and_releases(const Lines& options, const std::string& script = "") {
+    Scenario scenario;
+    scenario.arguments = options + std::string("missing.ambe");
+    scenario.script = script;
+    scenario.environment = {
+        {"LD_PRELOAD",           WATCHED_MEMORY},
+        {"QUAVER_TEST_RELEASES", "1"           }
+    };
+    return scenario.run().calls;
+}
+
+TEST(Memory, AudioControlIsReleasedAfterTheDongleIsClosedAndTheCodecStreamNever) {
+    EXPECT_EQ(calls_and_releases(play_mode), start_calls() + end_calls + "free");
+    EXPECT_EQ(calls_and_releases({"-W"}), start_calls() + end_calls);
+}
+
+TEST(Memory, AudioControlIsNotReleasedWhenTheVocoderCannotBeHad) {
+    EXPECT_EQ(calls_and_releases(play_mode, "init -1\n"),
+              (Lines{"dongle_debug(0)", "dongle_init(/dev/ttyUSB0, 230400)"}));
 }
 
 }  // namespace
