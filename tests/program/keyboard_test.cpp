@@ -186,6 +186,22 @@ TEST_F(RunWithKeys, TerminalThatGoesAwayLetsAnUnhangableRunEnd) {
     EXPECT_EQ(result.status, 0);
 }
 
+TEST_F(RunWithKeys, FileAfterTheTerminalWentAwayRunsWithoutIt) {
+    scenario.ignored_signals = {SIGHUP};
+    scenario.add_file("b.ambe", raw_recording(frames(1)));
+    scenario.arguments = {"-W", "rec.ambe", "b.ambe"};
+    RunningProgram program(scenario.call());
+    wait_for_file(scenario / "waiting");
+    terminal.hang_up();
+    scenario.add_file("pressed", {});
+    const ProgramResult result = program.finish();
+    EXPECT_THAT(result.out, EndsWith("DONE\nConverting file 'b.ambe' to 'b.wav': |\b/\bDONE\n"));
+    EXPECT_EQ(result.err, "KB: unable to restore state !\n" + convert_teardown() +
+                              "KB: unable to get current state !\nKB: unable to restore state !\n" +
+                              convert_teardown());
+    EXPECT_EQ(result.status, 0);
+}
+
 // Standard input that is no terminal: three frames, four turns.
 
 Outcome three_frames_with(const ProgramInput& input) {
