@@ -21,7 +21,6 @@ else()
 endif()
 set_target_properties(quaver PROPERTIES BUILD_WITH_INSTALL_RPATH ON
                       RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_BINDIR})
-target_link_options(quaver PRIVATE -Wl,--enable-new-dtags)
 install(TARGETS quaver RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
 # quaver_install_compressed(<file> <name> <directory>): as <directory>/<name>.gz, without a time stamp inside.

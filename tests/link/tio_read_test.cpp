@@ -70,12 +70,12 @@ TEST_F(SerialLineRead, FailureReturnsMinusOneWithErrnoAndDescriptorInTheText) {
     pty.send("a");
     ASSERT_TRUE(pty.has_input());
     libc_calls().failures = {
-        {"read", EIO}
+        {"read", EREMOTEIO}
     };
     char byte = 'u';
     const Output output = output_of([&byte] { EXPECT_EQ(tio_read(&byte, 1), -1); });
     EXPECT_EQ(output.out + output.err, "");
-    EXPECT_EQ(last_error(), "read error (5) on " + std::to_string(descriptor));
+    EXPECT_EQ(last_error(), "read error (121) on " + std::to_string(descriptor));
 }
 
 TEST_F(SerialLineRead, UnpluggedLineReadsAsItsEnd) {

@@ -13,7 +13,9 @@
 
 namespace {
 
+using testing::Each;
 using testing::EndsWith;
+using testing::HasSubstr;
 
 const std::string converting = "Converting file 'rec.ambe' to 'rec.wav': ";
 
@@ -96,6 +98,7 @@ TEST_F(AbnormalEnd, IgnoredSignalStaysIgnored) {
         const ProgramResult result = program.finish();
         EXPECT_EQ(result.status, 0);
         EXPECT_THAT(result.out, EndsWith("DONE\n"));
+        EXPECT_THAT(calls_starting_with(scenario.calls(), "dongle_recv"), Each(HasSubstr(" raw = ")));
         ASSERT_EQ(unlink((scenario / "waiting").c_str()), 0);
         ASSERT_EQ(unlink((scenario / "go").c_str()), 0);
     }
