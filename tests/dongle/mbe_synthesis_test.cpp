@@ -257,14 +257,12 @@ TEST_P(AmbeToneTest, SingleTonesHaveTheirLineWithinTwoHertz) {
 }
 
 TEST_P(AmbeToneTest, DualTonesHaveBothLinesWithinTwoHertz) {
-    const double dtmf_columns[] = {1209, 1336, 1477, 1633};
-    const double dtmf_rows[] = {697, 770, 852, 941};
-    const double knox_columns[] = {1052, 1162, 1279, 1430};
-    const double knox_rows[] = {606, 672, 743, 820};
+    const double columns[] = {1209, 1336, 1477, 1633, 1052, 1162, 1279, 1430};  // four of DTMF, four of two-tone paging
+    const double rows[][4] = {{697, 770, 852, 941}, {606, 672, 743, 820}};
     for (int raw = 0; raw < 32; raw++) {
         const Samples samples = tone_of(raw, 200, 5);
-        const double column = raw < 16 ? dtmf_columns[raw / 4] : knox_columns[raw / 4 - 4];
-        const double row = raw < 16 ? dtmf_rows[raw % 4] : knox_rows[raw % 4];
+        const double column = columns[raw / 4];
+        const double row = rows[raw / 16][raw % 4];
         EXPECT_NEAR(strongest_near(samples, column), column, 2) << raw;
         EXPECT_NEAR(strongest_near(samples, row), row, 2) << raw;
     }
