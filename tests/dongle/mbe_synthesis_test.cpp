@@ -258,7 +258,10 @@ TEST_P(AmbeToneTest, SingleTonesHaveTheirLineWithinTwoHertz) {
 
 TEST_P(AmbeToneTest, DualTonesHaveBothLinesWithinTwoHertz) {
     const double columns[] = {1209, 1336, 1477, 1633, 1052, 1162, 1279, 1430};  // four of DTMF, four of two-tone paging
-    const double rows[][4] = {{697, 770, 852, 941}, {606, 672, 743, 820}};
+    const double rows[][4] = {
+        {697, 770, 852, 941},
+        {606, 672, 743, 820}
+    };
     for (int raw = 0; raw < 32; raw++) {
         const Samples samples = tone_of(raw, 200, 5);
         const double column = columns[raw / 4];
