@@ -4,8 +4,51 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <iterator>
 
+#include "dongle/golden_table.h"
 #include "synthesis_parts.h"
+
+namespace {
+
+// The numbers of tests/data/tables/`name`, row by row and column by column, are those of `value_of(row, column)`.
+template <class Value>
+void expect_table(const std::string& name, std::size_t rows, const std::vector<std::string>& columns, Value value_of) {
+    const std::vector<GoldenRow> published = data_table("tables/" + name);
+    ASSERT_GE(published.size(), rows) << name;
+    for (std::size_t row = 0; row < rows; row++)
+        for (std::size_t i = 0; i < columns.size(); i++)
+            EXPECT_EQ(value_of(row, i), static_cast<decltype(value_of(row, i))>(real(published[row], columns[i])))
+                << name << " row " << row << " " << columns[i];
+}
+
+template <class Book>
+void expect_book(const std::string& name, const Book& book, const std::vector<std::string>& columns) {
+    ASSERT_EQ(std::size(book[0]), columns.size()) << name;
+    expect_table(name, std::size(book), columns, [&](std::size_t row, std::size_t i) { return book[row][i]; });
+}
+
+}  // namespace
+
+TEST(AmbeTables, EveryFigureIsThePublishedOne) {
+    const std::vector<std::string> higher = {"C3", "C4", "C5", "C6"};
+    expect_book("prba24.csv", prba24_table, {"G2", "G3", "G4"});
+    expect_book("prba58.csv", prba58_table, {"G5", "G6", "G7", "G8"});
+    expect_book("hoc_b5.csv", hoc_b5_table, higher);
+    expect_book("hoc_b6.csv", hoc_b6_table, higher);
+    expect_book("hoc_b7.csv", hoc_b7_table, higher);
+    expect_book("hoc_b8.csv", hoc_b8_table, higher);
+    expect_book("voicing.csv", voicing_table, {"band0", "band1", "band2", "band3", "band4", "band5", "band6", "band7"});
+    expect_book("block_lengths.csv", block_length_table, {"J1", "J2", "J3", "J4"});
+    expect_table("gain.csv", 64, {"delta_gamma"}, [](std::size_t row, std::size_t) { return gain_table[row]; });
+    // The two rows of silence that follow are not used.
+    expect_table("pitch.csv", voice_pitches, {"f0", "L", "f0_alt", "L_alt"}, [](std::size_t row, std::size_t i) {
+        const PitchRow& pitch = pitch_table[row];
+        const double values[] = {pitch.fundamental, double(pitch.harmonics), pitch.fundamental_alternative,
+                                 double(pitch.harmonics_alternative)};
+        return values[i];
+    });
+}
 
 TEST(AmbeTables, PitchIsAnExponentialOfItsIndex) {
     for (int b0 = 0; b0 < voice_pitches; b0++) {

@@ -9,8 +9,10 @@
 
 namespace {
 
-std::string path_of(const std::string& name) {
-    return std::string(TEST_DATA_DIR) + "/golden/" + name;
+const std::string golden = "golden/";
+
+Bytes data_file(const std::string& path) {
+    return read_file(std::string(TEST_DATA_DIR) + "/" + path);
 }
 
 std::vector<std::string> split(const std::string& line) {
@@ -25,8 +27,8 @@ std::vector<std::string> split(const std::string& line) {
 
 }  // namespace
 
-std::vector<GoldenRow> golden_table(const std::string& name) {
-    const Bytes content = read_file(path_of(name));
+std::vector<GoldenRow> data_table(const std::string& path) {
+    const Bytes content = data_file(path);
     std::istringstream text(std::string(content.begin(), content.end()));
     std::string line;
     std::getline(text, line);
@@ -35,16 +37,20 @@ std::vector<GoldenRow> golden_table(const std::string& name) {
     std::vector<GoldenRow> rows;
     while (std::getline(text, line)) {
         const std::vector<std::string> fields = split(line);
-        EXPECT_EQ(fields.size(), columns.size()) << name << ": " << line.substr(0, 60);
+        EXPECT_EQ(fields.size(), columns.size()) << path << ": " << line.substr(0, 60);
         GoldenRow& row = rows.emplace_back();
         for (std::size_t i = 0; i < fields.size() && i < columns.size(); i++) row[columns[i]] = fields[i];
     }
-    EXPECT_FALSE(rows.empty()) << name;
+    EXPECT_FALSE(rows.empty()) << path;
     return rows;
 }
 
+std::vector<GoldenRow> golden_table(const std::string& name) {
+    return data_table(golden + name);
+}
+
 std::vector<FrameOfBytes> golden_frames(const std::string& name) {
-    const Bytes content = read_file(path_of(name));
+    const Bytes content = data_file(golden + name);
     EXPECT_EQ(content.size() % 12, 0U) << name;
     std::vector<FrameOfBytes> frames(content.size() / 12);
     for (std::size_t i = 0; i < content.size() / 12 * 12; i++) frames[i / 12][i % 12] = content[i];

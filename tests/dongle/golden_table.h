@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The golden files: tables with a header line, and the frames that belong to them.
+// The files of tests/data: tables with a header line, and the golden frames that belong to some of them.
 #pragma once
 
 #include <array>
@@ -11,6 +11,9 @@
 // Column name to text.
 using GoldenRow = std::map<std::string, std::string>;
 using FrameOfBytes = std::array<std::uint8_t, 12>;
+
+// `path` is a file of tests/data; the test fails when it cannot be read.
+std::vector<GoldenRow> data_table(const std::string& path);
 
 // `name` is a file of tests/data/golden; the test fails when it cannot be read.
 std::vector<GoldenRow> golden_table(const std::string& name);
