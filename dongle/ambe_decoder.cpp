@@ -50,15 +50,9 @@ FrameAction choose_action(AmbeDecoder& decoder) {
     return bad ? FrameAction::repeat : kind_of(decoder.frame);
 }
 
-int corrected_bits(const AmbeFrame& frame) {
-    const int c0 = frame.errors_c0 < golay_uncorrectable ? frame.errors_c0 : 0;
-    const int c1 = frame.errors_c1 < golay_uncorrectable ? frame.errors_c1 : 0;
-    return c0 + c1;
-}
-
 void count(AmbeDecoder& decoder) {
     decoder.counts.frames++;
-    decoder.counts.corrected_bits += corrected_bits(decoder.frame);
+    decoder.counts.corrected_bits += decoder.bad_frames == 0 ? errors_of(decoder.frame) : 0;
     decoder.counts.repeated += decoder.action == FrameAction::repeat ? 1 : 0;
     decoder.counts.muted += decoder.action == FrameAction::mute ? 1 : 0;
 }

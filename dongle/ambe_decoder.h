@@ -17,7 +17,7 @@ enum class FrameAction { voice, silence, tone, repeat, mute };
 
 struct DecoderCounts {
     long frames;          // decoded so far
-    long corrected_bits;  // in words that could be corrected
+    long corrected_bits;  // in frames that are not bad
     long repeated, muted;
 };
 

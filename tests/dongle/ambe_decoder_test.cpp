@@ -5,8 +5,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <memory>
 #include <random>
+#include <vector>
 
 #include "dongle/arithmetic_versions.h"
 #include "dongle/frame_maker.h"
@@ -84,7 +84,106 @@ TEST_P(AmbeDecoderTest, ThreeErrorsInBothWordsMakeABadFrame) {
     EXPECT_EQ(decode(with_errors(voice, 7, 3)), FrameAction::voice);
     EXPECT_EQ(decode(with_errors(voice, 3, 7)), FrameAction::voice);
     EXPECT_EQ(decode(with_errors(voice, 0, 15)), FrameAction::repeat);
-    EXPECT_EQ(decoder.counts.corrected_bits, 6 + 5 + 5);
+}
+
+TEST_P(AmbeDecoderTest, BitsAreCountedAsCorrectedInFramesThatAreBelieved) {
+    decode(with_errors(voice, 7, 3));
+    decode(with_errors(voice, 1, 0));
+    EXPECT_EQ(decoder.counts.corrected_bits, 6);
+    decode(three_and_three);
+    decode(bad);  // its second word is descrambled with a guess: what was found there means nothing
+    EXPECT_EQ(decoder.counts.corrected_bits, 6);
+}
+
+TEST_P(AmbeDecoderTest, GoodFrameEndsTheCountOfBadOnes) {
+    for (int round = 0; round < 3; round++) {
+        decoder.error_rate = 0;
+        EXPECT_EQ(decode(voice), FrameAction::voice);
+        for (int i = 0; i < 3; i++) EXPECT_EQ(decode(bad), FrameAction::repeat) << round << " " << i;
+    }
+}
+
+TEST_P(AmbeDecoderTest, EveryFrameMovesTheErrorRate) {
+    // 0.95 ER + 0.05 / 48 eT: bad, muted and tone frames count like all others. The guess of a c0 with four errors
+    // makes c1 look damaged too: its count is the frame's own.
+    double rate = 0;
+    for (const FrameOfBytes& frame : {voice, with_errors(voice, 3, 1), bad, bad, bad, bad, bad, three_and_three,
+                                      tone_frame(64, 232), with_errors(tone_frame(64, 232), 1, 1), voice}) {
+        decode(frame);
+        rate = 0.95 * rate + 0.05 / 48 * (decoder.frame.errors_c0 + decoder.frame.errors_c1);
+        EXPECT_NEAR(decoder.error_rate, rate, 1e-7);
+    }
+    EXPECT_GT(rate, 0.02);
+}
+
+TEST_P(AmbeDecoderTest, RunningEnergyMovesWithSpokenModelsOnly) {
+    const auto moves = [&](const FrameOfBytes& frame, FrameAction action) {
+        const float before = decoder.smoothing_energy;
+        EXPECT_EQ(decode(frame), action);
+        return decoder.smoothing_energy != before;
+    };
+    const FrameOfBytes silence = frame_of_voice_bits(0xF854AA9DE80A);
+    EXPECT_EQ(decoder.smoothing_energy, 75000.0F);
+    EXPECT_TRUE(moves(voice, FrameAction::voice));
+    EXPECT_TRUE(moves(bad, FrameAction::repeat));
+    EXPECT_TRUE(moves(silence, FrameAction::silence));
+    EXPECT_FALSE(moves(tone_frame(64, 232), FrameAction::tone));
+    EXPECT_TRUE(moves(voice, FrameAction::voice));
+    for (int i = 0; i < 3; i++) EXPECT_TRUE(moves(bad, FrameAction::repeat));
+    EXPECT_FALSE(moves(bad, FrameAction::mute));
+}
+
+TEST_P(AmbeDecoderTest, HighErrorRateMutesBadFramesToo) {
+    decode(voice);
+    decoder.error_rate = 0.2F;
+    EXPECT_EQ(decode(bad), FrameAction::mute);
+}
+
+TEST_P(AmbeDecoderTest, MuteAndToneKeepPitchAndHarmonicsOfTheFrameBefore) {
+    for (const FrameOfBytes& frame : {tone_frame(64, 232), voice}) {
+        decode(voice);
+        decode(voice);
+        const Harmonics before = decoder.spoken;
+        decoder.error_rate = frame == voice ? 0.2F : 0.0F;
+        EXPECT_EQ(decode(frame), frame == voice ? FrameAction::mute : FrameAction::tone);
+        EXPECT_EQ(decoder.spoken.fundamental, before.fundamental);
+        EXPECT_EQ(decoder.spoken.count, before.count);
+        decoder.error_rate = 0;
+    }
+}
+
+// 256 draws at the start, then 56 and 160 a frame, whatever is in it: an error early in a recording does not change the
+// noise of what follows.
+TEST_P(AmbeDecoderTest, EveryFrameDrawsTheSameNumberOfNoiseValues) {
+    const FrameOfBytes silence = frame_of_voice_bits(0xF854AA9DE80A);
+    std::uint32_t noise = 0x2545F491;
+    const auto draw = [&](int count) {
+        for (int i = 0; i < count; i++) noise = 1664525U * noise + 1013904223U;
+    };
+    draw(256);
+    for (const FrameOfBytes& frame :
+         {voice, silence, bad, tone_frame(64, 232), tone_frame(3, 100), voice, bad, bad, bad, bad, bad, voice}) {
+        decode(frame);
+        draw(56 + 160);
+        ASSERT_EQ(decoder.synthesis.noise, noise) << frame_action_name(decoder.action);
+    }
+}
+
+TEST_P(AmbeDecoderTest, TwoDecodersDoNotDisturbEachOther) {
+    AmbeDecoder other;
+    ambe_decoder_start(other, version());
+    AmbeDecoder alone;
+    ambe_decoder_start(alone, version());
+    for (int i = 0; i < 20; i++) {
+        const FrameOfBytes& frame = i % 6 == 5 ? bad : voice;
+        std::int16_t expected[frame_samples];
+        ambe_decode(alone, frame, expected);
+        decode(frame);
+        EXPECT_TRUE(std::equal(samples, samples + frame_samples, expected)) << i;
+        std::int16_t ignored[frame_samples];
+        ambe_decode(other, tone_frame(static_cast<unsigned>(i), 232), ignored);
+        ambe_decode(other, bad, ignored);
+    }
 }
 
 TEST_P(AmbeDecoderTest, RepeatLeavesThePredictionAsItWas) {

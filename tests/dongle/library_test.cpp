@@ -96,16 +96,14 @@ TEST(SharedLibrary, IsKnownByItsNameWithoutAVersion) {
     EXPECT_FALSE(std::filesystem::is_symlink(DONGLE_LIBRARY));
 }
 
-TEST(SharedLibrary, NeedsTheSystemsLibrariesOnly) {
-    const SharedObject library = read_shared_object(DONGLE_LIBRARY);
-    for (const std::string& needed : library.needed) {
-        const bool of_the_system = needed.starts_with("libc.so") || needed.starts_with("libm.so") ||
-                                   needed.starts_with("libstdc++.so") || needed.starts_with("libgcc_s.so") ||
-                                   needed.starts_with("ld-linux") || needed.starts_with("libkissfft") ||
-                                   needed.starts_with("libasan.so") || needed.starts_with("libubsan.so");
-        EXPECT_TRUE(of_the_system) << needed;
-    }
-    EXPECT_THAT(library.imported, Each(Not(StartsWith("tio_"))));
+#if !defined(QUAVER_INSTRUMENTED_BUILD)  // sanitizers need libraries of their own
+TEST(SharedLibrary, NeedsTheCLibraryOnly) {
+    EXPECT_THAT(read_shared_object(DONGLE_LIBRARY).needed, ElementsAre("libc.so.6"));
+}
+#endif
+
+TEST(SharedLibrary, NeedsNothingOfTheProgram) {
+    EXPECT_THAT(read_shared_object(DONGLE_LIBRARY).imported, Each(Not(StartsWith("tio_"))));
 }
 
 // The C library picks sine, exponential and power by processor, and their last bits differ: the same recording would
@@ -173,7 +171,7 @@ TEST(SoftwareDongle, SaysNothingAtLevelZeroAndBelow) {
     }
 }
 
-// Six clean frames with 1, 2 and 3 bits turned over, five wrecked ones (three repeats, two mutes), one to come back.
+// Six good frames with three bits turned over in all, five wrecked ones (three repeats, two mutes), one to come back.
 TEST(SoftwareDongle, SaysOneLineAFileAtLevelOne) {
     std::vector<AmbeFrameBytes> frames = story(12);
     frames[1] = with_wrong_bits(frames[1], 0, 3, 1);
@@ -181,17 +179,7 @@ TEST(SoftwareDongle, SaysOneLineAFileAtLevelOne) {
     for (std::size_t k = 6; k < 11; ++k) frames[k] = wrecked(frames[k]);
     const Output output = output_at_level(1, frames);
     EXPECT_EQ(output.out, "");
-    const std::vector<std::string> lines = lines_of(output.err);
-    ASSERT_THAT(lines, SizeIs(1)) << output.err;
-    const std::vector<long> numbers = numbers_in(lines[0]);
-    ASSERT_THAT(numbers, SizeIs(4)) << lines[0];
-    EXPECT_EQ(numbers[0], 12) << "frames";
-    EXPECT_GE(numbers[1], 3) << "corrected bits";
-    EXPECT_EQ(numbers[2], 3) << "repeated";
-    EXPECT_EQ(numbers[3], 2) << "muted";
-    EXPECT_THAT(lines[0], HasSubstr("12 frames"));
-    EXPECT_THAT(lines[0], HasSubstr("3 repeated"));
-    EXPECT_THAT(lines[0], HasSubstr("2 muted"));
+    EXPECT_EQ(output.err, "Dongle: 12 frames, 3 bits corrected, 3 repeated, 2 muted\n");
 }
 
 TEST(SoftwareDongle, CountsTheBitsThatItCorrected) {
@@ -224,6 +212,16 @@ TEST(SoftwareDongle, SaysALineAFrameFromLevelTwoOn) {
         EXPECT_EQ(output.out, "");
         EXPECT_THAT(lines_of(output.err), SizeIs(9 + 1)) << "nine frames and the file";
     }
+}
+
+// Three bits of c0 turned over: the rate is 0.05 / 48 * 3 = 0.003125. The silence frame is that of radio gear.
+TEST(SoftwareDongle, FrameLineSaysNumberKindErrorsAndFields) {
+    std::vector<AmbeFrameBytes> frames = {frame_of_voice_bits(0xF854AA9DE80A), frame_of_voice_bits(0xB6C7DC4875F5)};
+    frames[1] = with_wrong_bits(frames[1], 0, 0, 3);
+    EXPECT_EQ(output_at_level(2, frames).err,
+              "Dongle: frame 0 silence, errors 0 0, rate 0 ppm, fields 124 0 4 165 41 10 7 7 5\n"
+              "Dongle: frame 1 voice, errors 3 0, rate 3125 ppm, fields 91 11 47 62 94 1 2 1 6\n"
+              "Dongle: 2 frames, 3 bits corrected, 0 repeated, 0 muted\n");
 }
 
 TEST(SoftwareDongle, DecodesTheSameBytesAtEveryLevel) {
