@@ -225,11 +225,12 @@ TEST(AudioCheck, RejectsSilence) {
 
 TEST(DecodedAudio, HardlyASampleIsAtTheLimit) {
     const std::pair<const char*, Pcm> files[] = {
-        {"story_600",       story_600()                                         },
-        {"story.ambe",      decoded(raw_frames("recordings/story.ambe"))        },
-        {"greeting.ambe",   decoded(raw_frames("recordings/greeting.ambe"))     },
-        {"greeting.dvtool", decoded(dvtool_frames("recordings/greeting.dvtool"))},
-        {"counting.dvtool", decoded(dvtool_frames("recordings/counting.dvtool"))},
+        {"story_600",       story_600()                                             },
+        {"story.ambe",      decoded(raw_frames("recordings/story.ambe"))            },
+        {"greeting.ambe",   decoded(raw_frames("recordings/greeting.ambe"))         },
+        {"mirrored",        decoded(raw_frames("recordings/greeting_reversed.ambe"))},
+        {"greeting.dvtool", decoded(dvtool_frames("recordings/greeting.dvtool"))    },
+        {"counting.dvtool", decoded(dvtool_frames("recordings/counting.dvtool"))    },
     };
     for (const auto& [name, pcm] : files) {
         printf("%s: %.5f %% of the samples at the limit\n", name, 100 * share_at_limit(pcm));

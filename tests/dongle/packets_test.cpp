@@ -113,6 +113,16 @@ TEST_F(SoftwareDonglePackets, StartAfterAStopAsksForAFrameAgain) {
     }
 }
 
+TEST_F(SoftwareDonglePackets, FrameIsRefusedBeforeItIsAskedFor) {
+    start();
+    EXPECT_LT(send(story[0]), 0);
+    expect_request();
+    EXPECT_GE(send(story[0]), 0);
+    expect_block();
+    EXPECT_LT(send(story[1]), 0);
+    expect_request();
+}
+
 TEST_F(SoftwareDonglePackets, SecondFrameIsRefusedWhileABlockWaits) {
     start();
     expect_request();
@@ -190,10 +200,10 @@ TEST_F(SoftwareDonglePackets, NullPointersAreFailuresOrIgnored) {
     EXPECT_LT(dongle.send(ambe_packet_type, nullptr, ambe_packet_bytes), 0);
 }
 
-TEST_F(SoftwareDonglePackets, NullPortIsAFailureOrIgnored) {
-    const DongleDoor fresh;
-    fresh.init(nullptr, 230400);
-    fresh.close(0);
+TEST_F(SoftwareDonglePackets, NoPortIsAsGoodAsAnyOther) {
+    EXPECT_EQ(dongle.init(nullptr, 230400), 0);
+    start();
+    expect_request();
 }
 
 TEST_F(SoftwareDonglePackets, PreparingAndFillingStayWithinFortyEightBytes) {
