@@ -1,0 +1,56 @@
+#!/bin/bash
+# SPDX-License-Identifier: MIT
+# Built with QUAVER_DONGLE_LIBRARY, the program loads that library and the software dongle is left out; a file that the
+# program would not find at its start is refused when it is configured.
+#
+#   other_library_test.sh <cmake> <C compiler> <source directory>
+set -u
+cmake=$1 compiler=$2 source=$3
+directory=$(mktemp -d)
+trap 'rm -rf "$directory"' EXIT
+library=$directory/else/libdongle-x86-64.so
+failures=0
+
+fail() { echo "$*"; failures=$((failures + 1)); }
+configure() {
+    "$cmake" -S "$source" -B "$directory/build" -DBUILD_TESTING=OFF -DQUAVER_DONGLE_LIBRARY="$1" >"$directory/out" 2>&1
+}
+
+# refuses <path> <part of the message>
+refuses() {
+    if configure "$1"; then fail "$1: configured all the same"; fi
+    tr -s ' \n' ' ' <"$directory/out" | grep -qF "$2" || { fail "$1: does not say '$2'"; cat "$directory/out"; }
+    rm -rf "$directory/build"
+}
+
+# Somebody's library without a soname: it speaks up, then its line cannot be opened.
+mkdir "$directory/else"
+cat >"$directory/other.c" <<'C'
+#include <stdio.h>
+void dongle_debug(int level) { (void)level; }
+int dongle_init(const char* port, long speed) { return (void)port, (void)speed, puts("the other library"), -1; }
+void dongle_hello(void) {}
+void dongle_run(int running) { (void)running; }
+int dongle_send(int type, const void* packet, int length) { return (void)type, (void)packet, (void)length, -1; }
+int dongle_recv(int* type, void* buffer, int capacity) { return (void)type, (void)buffer, (void)capacity, -1; }
+void dongle_close(int mode) { (void)mode; }
+void ambe_init(void* packet, int mode) { (void)packet, (void)mode; }
+void ambe_send(void* packet, const void* frame) { (void)packet, (void)frame; }
+C
+"$compiler" -shared -fPIC -o "$library" "$directory/other.c" || exit 1
+
+refuses "$directory/else/nowhere/libdongle-x86-64.so" "there is no $directory/else/nowhere/libdongle-x86-64.so"
+cp "$library" "$directory/else/vocoder.so"
+refuses "$directory/else/vocoder.so" "must name a file called libdongle-x86-64.so"
+
+configure "$library" && "$cmake" --build "$directory/build" --target quaver >>"$directory/out" 2>&1 ||
+    { cat "$directory/out"; exit 1; }
+program=$directory/build/bin/quaver
+readelf -d "$program" | grep -q 'NEEDED.*\[libdongle-x86-64.so\]' || fail "the library is not needed by its name"
+[ -z "$(find "$directory/build" -name 'libdongle*')" ] || fail "the software dongle was built all the same"
+LD_LIBRARY_PATH='' "$program" nothing.dvtool </dev/null >"$directory/out" 2>&1
+status=$?
+[ "$status" -eq 1 ] || fail "status $status"
+grep -qx '.*the other library' "$directory/out" || { fail "the other library was not loaded"; cat "$directory/out"; }
+
+[ "$failures" -eq 0 ]
