@@ -133,6 +133,14 @@ TEST_P(AmbeDecoderTest, RunningEnergyMovesWithSpokenModelsOnly) {
     EXPECT_FALSE(moves(bad, FrameAction::mute));
 }
 
+TEST_P(AmbeDecoderTest, MuteBeginsAboveAnErrorRateOf96InAThousand) {
+    // A clean frame leaves 0.95 of the rate.
+    decoder.error_rate = 0.0959F / 0.95F;
+    EXPECT_EQ(decode(voice), FrameAction::voice);
+    decoder.error_rate = 0.0961F / 0.95F;
+    EXPECT_EQ(decode(voice), FrameAction::mute);
+}
+
 TEST_P(AmbeDecoderTest, HighErrorRateMutesBadFramesToo) {
     decode(voice);
     decoder.error_rate = 0.2F;
