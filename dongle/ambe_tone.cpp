@@ -36,16 +36,17 @@ bool is_dual(int raw_index) {
 }
 
 AmbeTone silent_tone_of(int raw_index) {
-    if (!is_dual(raw_index))
-        return {
-            true, raw_index, 0, { },
-               { step_of(single_tone_spacing * (raw_index - single_tone_offset)), 0}
-        };
+    AmbeTone tone{};
+    tone.sounds = true;
+    tone.raw_index = raw_index;
+    if (!is_dual(raw_index)) {
+        tone.step[0] = step_of(single_tone_spacing * (raw_index - single_tone_offset));
+        return tone;
+    }
     const DualTones& tones = raw_index < dtmf_tones ? dtmf : knox;
-    return {
-        true, raw_index, 0, {                                 },
-           { step_of(tones.column[raw_index / 4 % 4]), step_of(tones.row[raw_index % 4])}
-    };
+    tone.step[0] = step_of(tones.column[raw_index / 4 % 4]);
+    tone.step[1] = step_of(tones.row[raw_index % 4]);
+    return tone;
 }
 
 // The peak of the whole tone is 2^(volume / 16.934 - 1); a dual tone gives half to each line.

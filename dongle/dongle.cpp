@@ -9,8 +9,9 @@
 //   speaks   (320, 4), then asks      refused
 #include "link/dongle.h"
 
+#include <cstdint>
 #include <cstdio>
-#include <cstring>
+#include <span>
 
 #include "ambe_decoder.h"
 #include "dongle_packet.h"

@@ -4,8 +4,7 @@
 //
 // D. W. Griffin and J. S. Lim, "Multiband excitation vocoder", IEEE Trans. ASSP 36, 1988.
 //
-// The state is a record that the caller owns: what is known of the frame before, phases, noise. It says nothing but
-// `voiced_synthesis` and `unvoiced_synthesis` have to be called in this order, once a frame each.
+// The state is a record that the caller owns: what is known of the frame before, phases, noise.
 #pragma once
 
 #include <cstdint>
