@@ -315,6 +315,22 @@ TEST_P(AmbeToneTest, OtherIndexBeginsANewTone) {
     EXPECT_LT(std::abs(line_at(second, 16, 160, 1000.0 / 8000)), 30);
 }
 
+TEST_P(AmbeToneTest, NewToneBeginsAtPhaseZeroAndTheSameOneRunsOn) {
+    AmbeTone tone{};
+    AmbeFrame frame{};
+    float samples[synthesis_samples];
+    frame.tone_volume = 232;
+    frame.tone_index = 37;  // 156.25 Hz: 3.125 turns a frame
+    version().tone_samples(tone, &frame, samples);
+    EXPECT_NEAR(samples[90], 6650 * std::sin(2 * M_PI * 156.25 / 8000 * 90), 20);
+    version().tone_samples(tone, &frame, samples);
+    EXPECT_NEAR(samples[90], 6650 * std::sin(2 * M_PI * 156.25 / 8000 * (160 + 90)), 20);
+    frame.tone_index = 64;  // 1000 Hz
+    version().tone_samples(tone, &frame, samples);
+    for (int n = 16; n < synthesis_samples; n++)
+        ASSERT_NEAR(samples[n], 6650 * std::sin(2 * M_PI * 1000 / 8000 * n), 20) << n;
+}
+
 TEST(AmbeTone, KnownIndices) {
     int known = 0;
     for (int raw = 0; raw < 256; raw++) known += tone_is_known(raw) ? 1 : 0;
