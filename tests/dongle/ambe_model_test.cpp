@@ -163,6 +163,30 @@ TEST_P(AmbeModel, SilenceIsFourteenUnvoicedHarmonicsWhateverTheVoicingField) {
     EXPECT_EQ(voicing_text(decoder.model.harmonics), "00000000000000");
 }
 
+TEST_P(AmbeModel, MagnitudesAreTwoToTheirLogarithmHoweverLoud) {
+    // The highest gain again and again: gamma tends to twice 5.352783, and harmonics far above any encoder's come out.
+    double loudest = 0;
+    for (int i = 0; i < 1000; i++) {
+        AmbeFrame frame{};
+        frame.field[0] = i * 7 % voice_pitches;
+        frame.field[1] = i % 16;
+        frame.field[2] = 63;
+        frame.field[3] = i * 37 % 512;
+        frame.field[4] = i % 128;
+        version().model_decode(frame, decoder.model);
+        const Harmonics& harmonics = decoder.model.harmonics;
+        const double unvoiced = 0.2046 / std::sqrt(2 * M_PI * harmonics.fundamental * 0x1p-32);
+        for (int l = 0; l < harmonics.count; l++) {
+            const double factor = harmonics.voiced[l] != 0 ? 1 : unvoiced;
+            const double expected = factor * std::exp2(static_cast<double>(decoder.model.log2_magnitude[l]));
+            ASSERT_NEAR(harmonics.magnitude[l] / expected, 1, 1e-6) << i << " " << l;
+            loudest = std::max(loudest, static_cast<double>(decoder.model.log2_magnitude[l]));
+        }
+    }
+    EXPECT_NEAR(decoder.model.gain, 2 * 5.352783, 1e-4);
+    EXPECT_GT(loudest, 14);
+}
+
 TEST_P(AmbeModel, EnhancementKeepsTheEnergy) {
     Harmonics harmonics{};
     harmonics.count = 40;
