@@ -5,7 +5,8 @@
 //   byte 0     the codec, modulo 5
 //   byte 1     bit 0: encode; bit 1: block headers
 //   byte 2, 3  block size, low byte first
-//   encoding   up to 48 steps of three bytes: high, low, seed. 16 x high + low - 16 bytes made from the seed are written.
+//   encoding   up to 48 steps of three bytes: high, low, seed. 16 x high + low - 16 bytes made from the seed are
+//              written.
 //   decoding   half of what is left, up to 64 bytes, is steps of two bytes: high, low. 16 x high + low - 16 bytes are
 //              read, 2 ^ (high modulo 13) at most in one call of the callback; its top bit has the end be an error. The
 //              rest of the input is what the callback gives.

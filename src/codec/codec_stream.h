@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // One encoder or decoder: bytes of one wave format in, bytes of another out, a block at a time.
 //
-// A stream has an input buffer of one block (IBUFF) and, unless its codec passes bytes through, an output buffer (OBUFF).
-// It meets the outside through one callback. Encoding, the stream is written to and hands finished blocks to the
-// callback; decoding, it is read from and pulls raw blocks through the callback.
+// A stream has an input buffer of one block (IBUFF) and, unless its codec passes bytes through, an output buffer
+// (OBUFF). It meets the outside through one callback. Encoding, the stream is written to and hands finished blocks to
+// the callback; decoding, it is read from and pulls raw blocks through the callback.
 //
 // A stream lives until the process ends: nothing closes or flushes it. Kept: the bytes that wait in IBUFF at the end, a
 // whole last block included, are never handed on. One thread uses a stream.
@@ -19,8 +19,8 @@ struct CodecStream;
 using CodecOperation = std::uint32_t (*)(CodecStream& stream, const std::uint8_t* in, std::uint8_t* out,
                                          std::uint32_t count);
 
-// Takes `count` bytes of `buffer` (encoding), or puts up to `count` bytes there (decoding). Returns the number of bytes,
-// 0 at the end, negative on an error.
+// Takes `count` bytes of `buffer` (encoding), or puts up to `count` bytes there (decoding). Returns the number of
+// bytes, 0 at the end, negative on an error.
 using CodecIoCallback = int (*)(void* context, std::uint8_t* buffer, int count);
 
 constexpr std::uint16_t codec_flag_block_headers = 1;  // every block that is decoded begins with a 4-byte header
@@ -50,8 +50,8 @@ struct CodecStream {
 };
 
 // Makes a stream for the format `tag`: an encoder when `mode` is codec_mode_encode, else a decoder. `format` is copied.
-// `block_size` is the size of a coded block in bytes, for the codecs that leave a choice (IMA ADPCM); with 0 or less the
-// choice is theirs.
+// `block_size` is the size of a coded block in bytes, for the codecs that leave a choice (IMA ADPCM); with 0 or less
+// the choice is theirs.
 //
 // Prints the codec's line, "CODEC '%s' for %d channels at %ld Hz with %d bits per sample.\n", on standard output.
 // Returns the stream, the caller's for good, or null:

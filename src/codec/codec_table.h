@@ -6,8 +6,8 @@
 
 #include "codec/codec_stream.h"
 
-// Makes a new stream a codec's encoder (codec_mode_encode) or decoder (any other mode). Name, both formats and block size
-// stand in the stream already. In this order, an init
+// Makes a new stream a codec's encoder (codec_mode_encode) or decoder (any other mode). Name, both formats and block
+// size stand in the stream already. In this order, an init
 //   1. prints the codec's line on standard output (codec_print_line);
 //   2. takes its private block, if it has one, and stores it;
 //   3. sets both operations, null to pass bytes through;

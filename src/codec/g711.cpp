@@ -51,8 +51,8 @@ inline Samples load_samples(const std::uint8_t* bytes) {
     return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
 }
 
-// Segment and step of biased magnitudes, below 0 for those under 128. A segment has 16 steps and is twice as wide as the
-// one before: that is what the exponent and the first four fraction bits of a floating-point number say.
+// Segment and step of biased magnitudes, below 0 for those under 128. A segment has 16 steps and is twice as wide as
+// the one before: that is what the exponent and the first four fraction bits of a floating-point number say.
 inline Samples segment_and_step(Samples biased) {
     constexpr int fraction_bits_below_a_step = 23 - 4;
     constexpr int exponent_of_128 = 127 + 7;

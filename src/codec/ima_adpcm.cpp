@@ -2,9 +2,9 @@
 // IMA ADPCM, four bits a sample (IMA, "Recommended Practices for Enhancing Digital Audio Compatibility in Multimedia
 // Systems", revision 3.00, 1992).
 //
-// Kept: encoder and decoder are no mirror images. The encoder writes bare codes, the first of a pair in the high nibble;
-// the decoder takes the low nibble first, and a block header when the stream's flag says so. The encoder adds up
-// fractions of the step, the decoder multiplies, and they round differently.
+// Kept: encoder and decoder are no mirror images. The encoder writes bare codes, the first of a pair in the high
+// nibble; the decoder takes the low nibble first, and a block header when the stream's flag says so. The encoder adds
+// up fractions of the step, the decoder multiplies, and they round differently.
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -115,8 +115,8 @@ Coder coder_of_header(const std::uint8_t* header) {
     return static_cast<std::int16_t>(coder.predictor);
 }
 
-// Takes from `rest` the part of the step that a bit of the code stands for, if it reaches it; returns the bit. Without a
-// branch: which way it goes is as good as chance.
+// Takes from `rest` the part of the step that a bit of the code stands for, if it reaches it; returns the bit. Without
+// a branch: which way it goes is as good as chance.
 [[gnu::always_inline]] inline unsigned take_part(int& rest, int part) {
     const int beyond = rest - part;
     rest = beyond < 0 ? rest : beyond;

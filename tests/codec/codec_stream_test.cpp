@@ -147,7 +147,7 @@ TEST(CodecStreamWrite, OneByteMoreThanABlockHandsOneBlockOn) {
 }
 
 TEST(CodecStreamWrite, VoiceBlocksGoOutWithTheFourthTheSeventhTheTenth) {
-    // 1024 bytes are full after 3.2 voice blocks, 2048 after 6.4, 3072 after 9.6, 4096 after 12.8, 5120 after 16 exactly.
+    // 1024 bytes are full after 3.2 voice blocks, 2048 after 6.4, 3072 after 9.6, 4096 after 12.8, 5120 after 16.
     const StreamPtr stream = new_stream(linear_pcm, mode_encode);
     BlockSink sink;
     sink.attach(*stream);

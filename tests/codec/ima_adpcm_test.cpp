@@ -475,8 +475,8 @@ TEST(ImaAdpcm, SplitCallsCodeAsOneCallDoes) {
 }
 
 TEST(ImaAdpcm, CodesInTheDecodersNibbleOrderFollowTheSignal) {
-    // The codes of a voice-like signal, nibbles exchanged, come back within the step that the coder was using; where the
-    // signal is slow that is a few units.
+    // The codes of a voice-like signal, nibbles exchanged, come back within the step that the coder was using; where
+    // the signal is slow that is a few units.
     const std::vector<int> samples = voice_like(8000);
     Bytes codes = encoded(samples);
     for (std::uint8_t& code : codes) code = static_cast<std::uint8_t>(code << 4 | code >> 4);
