@@ -30,7 +30,7 @@ struct RiffFile {
     std::uint64_t data_count;          // writing: bytes in the "data" chunk so far; reading: size of the present one
     std::uint64_t data_left;           // reading: bytes of the present "data" chunk not yet handed out
     std::int64_t size_patch_position;  // file offset of the outer size; 0 (nothing to patch) in reading
-    std::int64_t data_patch_position;  // file offset of the newest "data" header's size; 0 until there is one
+    std::int64_t data_patch_position;  // file offset of the newest "data" header's size; 0 while it is not known
 };
 
 static_assert(sizeof(RiffFile) == 8 * sizeof(std::uint64_t));

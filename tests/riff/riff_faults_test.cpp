@@ -249,6 +249,17 @@ TEST_F(RiffFaults, CloseOfAFileOpenedForReadingPatchesNothingEvenWhereItCould) {
     EXPECT_EQ(medium.content, before);
 }
 
+TEST_F(RiffFaults, DataSizeWhosePlaceIsNotToldStaysZeroAndGoesOverNothing) {
+    RiffFile* file = written_to(1000);
+    const Bytes data(5, 1);
+    medium.seeks_fail = true;
+    riff_write_data(file, data.data(), 5);
+    medium.seeks_fail = false;
+    riff_close(file);
+    EXPECT_EQ(medium.content, bytes({'R', 'I', 'F', 'F', 25, 0, 0, 0, 'W', 'A', 'V', 'E',  //
+                                     'd', 'a', 't', 'a', 0,  0, 0, 0, 1,   1,   1,   1,   1}));
+}
+
 TEST_F(RiffFaults, CloseReturnsWhatFcloseReturns) {
     RiffFile* file = written_to(1000);
     medium.close_fails = true;
