@@ -19,6 +19,7 @@ constexpr int console_mode = 1;
 termios saved_state;  // whole before either flag below is set: a signal handler reads it
 termios raw_state;
 bool has_saved_state;
+bool put_back_failed;  // the terminal is then still raw, and saved_state what it was before
 volatile sig_atomic_t terminal_is_raw;
 
 int complain(const char* message) {
@@ -48,10 +49,10 @@ int kb_raw_on() {
     termios found = {};
     bool terminal = false;
     if (get_console_state(&found, &terminal) < 0) return complain("KB: unable to get current state !\n");
-    saved_state = found;
+    if (!has_saved_state || !put_back_failed) saved_state = found;
     has_saved_state = true;
 
-    raw_state = saved_state;
+    raw_state = found;
     tio_raw_mode(&raw_state, console_mode);
     std::atomic_signal_fence(std::memory_order_seq_cst);
     terminal_is_raw = terminal;  // before it is, so that a signal in between puts it back
@@ -61,7 +62,8 @@ int kb_raw_on() {
 }
 
 int kb_raw_off() {
-    if (put_saved_state_back() < 0) return complain("KB: unable to restore state !\n");
+    put_back_failed = put_saved_state_back() < 0;
+    if (put_back_failed) return complain("KB: unable to restore state !\n");
     terminal_is_raw = 0;
     return 0;
 }

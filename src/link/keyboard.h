@@ -8,7 +8,8 @@
 
 // Saves the terminal's state and sets the raw one (tio_raw_mode, console): keys arrive one by one and silently, Ctrl-C
 // among them as a plain byte. Returns 0; -1 after "KB: unable to get current state !\n" or
-// "KB: unable to get set new state !\n" on standard error. Called twice without kb_raw_off it saves the raw state.
+// "KB: unable to get set new state !\n" on standard error. Called twice without kb_raw_off it saves the raw state;
+// after one that failed it keeps the state saved before, and the next kb_raw_off puts that back.
 int kb_raw_on();
 
 // Puts the saved state back; when kb_raw_on never saved one the terminal is asked, not touched. Returns 0; -1 after

@@ -176,6 +176,22 @@ TEST_F(Keyboard, RawOffThatCannotRestoreTheStateSaysSo) {
     EXPECT_EQ(last_error(), "TIO_Sstate: 5");
 }
 
+TEST_F(Keyboard, RawOffThatFailedIsMadeGoodByTheNext) {
+    const termios found = pty.state();
+    output_of([] {
+        kb_raw_on();
+        libc_calls().failures = {
+            {"tcsetattr", EIO}
+        };
+        kb_raw_off();
+        libc_calls().failures = {};
+    });
+    ASSERT_FALSE(same_state(pty.state(), found));  // still raw when the next file begins
+    kb_raw_on();
+    kb_raw_off();
+    EXPECT_TRUE(same_state(pty.state(), found));
+}
+
 // Exits with 0 when raw mode off gives `expected`, and neither it nor its twin for signals touches the terminal.
 [[noreturn]] void exit_after_raw_off(int expected) {
     const int result = kb_raw_off();
