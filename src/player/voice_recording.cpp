@@ -11,7 +11,7 @@ namespace {
 constexpr int header_bytes = 10;
 constexpr char dvtool_magic[] = "DVTOOL";  // the terminating zero is part of it
 constexpr int frame_offset = 15;           // of the AMBE frame in a record
-// A stale length of 0 at the end of a file yields frames without end; a run of so many ends it.
+// A stale length of 0 at the end of a file yields frames without end; so many end it.
 constexpr std::uint32_t frames_without_input_limit = 65536;
 
 constexpr std::array<std::uint8_t, 256> mirrored_bytes = [] {
@@ -65,8 +65,7 @@ std::uint8_t* next_record_frame(VoiceRecording& recording) {
     if (std::fread(recording.buffer, 1, length.value, recording.file) < length.value) return nullptr;
 
     const bool any_input = length.read || length.value > 0;
-    recording.frames_without_input = any_input ? 0 : recording.frames_without_input + 1;
-    if (recording.frames_without_input > frames_without_input_limit) return nullptr;
+    if (!any_input && ++recording.frames_without_input > frames_without_input_limit) return nullptr;
     return recording.buffer + frame_offset;
 }
 

@@ -23,7 +23,7 @@
 struct VoiceRecording {
     std::FILE* file;
     bool dvtool;
-    std::uint32_t frames_without_input;  // frames in a row for which not one byte of the file was read
+    std::uint32_t frames_without_input;  // frames after the end: not one byte of the file was read for them
     std::uint8_t buffer[0xFFFF];         // the largest record
 };
 

@@ -152,6 +152,17 @@ TEST(DecodePump, NothingReceivedAfterABlockReceivesAgain) {
               (Lines{"spin", "recv", "recv", "recv", "send 1", "spin", "recv"}));
 }
 
+TEST(DecodePump, NothingReceivedAfterSeveralFramesWereSentKeepsTheFrameThatWaits) {
+    EXPECT_EQ(
+        steps_of({wants_frame, wants_frame, nothing, wants_frame}),
+        (Lines{"spin", "recv", "send 1", "spin", "recv", "send 2", "spin", "recv", "recv", "send 3", "spin", "recv"}));
+}
+
+TEST(DecodePump, NothingReceivedAfterAnUnknownPacketKeepsTheFrameReadForIt) {
+    EXPECT_EQ(steps_of({wants_frame, unknown, nothing, wants_frame}),
+              (Lines{"spin", "recv", "send 1", "spin", "recv", "spin", "recv", "recv", "send 3", "spin", "recv"}));
+}
+
 // --- what counts as which packet
 
 TEST(DecodePump, PacketOfTheRightLengthAndAnotherTypeIsUnknown) {
