@@ -13,6 +13,7 @@
 
 namespace {
 
+using testing::Contains;
 using testing::Each;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -78,6 +79,14 @@ TEST_F(AbnormalEnd, SignalInTheSecondFileDoesTheSame) {
     scenario.arguments = {"-W", "rec.ambe", "rec.ambe"};
     scenario.script = "recv 34 1\nrecv 48 5\ntouch waiting\nawait go\n";
     EXPECT_EQ(run_until_signal(SIGTERM).signal, SIGTERM);
+    expect_terminal_as_before();
+}
+
+TEST_F(AbnormalEnd, SignalInTheBackgroundPutsTheTerminalBackToo) {
+    scenario.script = "recv 48 5\nbackground\nkill 15\nrecv 0 0\n";
+    const ProgramResult result = run_program(scenario.call());
+    EXPECT_EQ(result.signal, SIGTERM);
+    EXPECT_THAT(scenario.calls(), Contains("dongle_recv(0, 400) raw = 48 5"));
     expect_terminal_as_before();
 }
 

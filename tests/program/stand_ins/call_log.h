@@ -12,10 +12,19 @@
 #include <string>
 
 constexpr int logged_line_bytes = 512;
+constexpr int lowest_log_descriptor = 100;
+
+// Far from the descriptors that the program gets: one that it was started without stays free for it.
+inline int open_log() {
+    const int low = open(getenv("QUAVER_TEST_CALLS"), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    const int log = fcntl(low, F_DUPFD_CLOEXEC, lowest_log_descriptor);
+    close(low);
+    return log;
+}
 
 // Adds one line to the file that QUAVER_TEST_CALLS names.
 [[gnu::format(printf, 1, 2)]] inline void log_call(const char* format, ...) {
-    static const int log = open(getenv("QUAVER_TEST_CALLS"), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    static const int log = open_log();
     char line[logged_line_bytes];
     va_list arguments;
     va_start(arguments, format);

@@ -13,6 +13,7 @@
 //   await <file>                     waits for a file: the test creates it
 //   await_input                      waits until standard input has something to read
 //   kill <signal>                    the process sends it to itself
+//   background                       another process group takes the terminal at standard input
 //
 // A receive of 320 bytes of type 4 takes the next 320 bytes of the file that QUAVER_TEST_BLOCKS names, zeros after its
 // end; any other is filled with 0xEE. dongle_run and dongle_recv log how the terminal at standard input is set.
@@ -113,6 +114,18 @@ void await_input() {
     if (poll(&input, 1, wait_limit_ms) != 1) abort();
 }
 
+// The other group's only process dies with the program, by the hang-up of their session.
+void go_to_background() {
+    const pid_t other = fork();
+    if (other == 0) {
+        signal(SIGHUP, SIG_DFL);  // not the program's own handler, which would rescue the terminal from here
+        pause();
+        _exit(0);
+    }
+    setpgid(other, other);
+    if (tcsetpgrp(STDIN_FILENO, other) < 0) abort();
+}
+
 // A step that is no receive.
 void perform(const Words& words) {
     const std::string& verb = words[0];
@@ -126,6 +139,8 @@ void perform(const Words& words) {
         await_input();
     else if (verb == "kill")
         kill(getpid(), number(words.at(1)));
+    else if (verb == "background")
+        go_to_background();
     else
         abort();
 }
