@@ -10,7 +10,8 @@
 
 namespace {
 
-constexpr int guarded_signals[] = {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM};
+// The last two: `ulimit` bounds the processor time or the size of a file.
+constexpr int guarded_signals[] = {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM, SIGXCPU, SIGXFSZ};
 
 struct sigaction dispositions_before[std::size(guarded_signals)];
 

@@ -55,7 +55,7 @@ class AbnormalEnd : public testing::Test {
 };
 
 TEST_F(AbnormalEnd, SignalPutsTheTerminalBackAndEndsTheProgramByThatSignal) {
-    for (const int signal : {SIGTERM, SIGHUP, SIGINT, SIGQUIT}) {
+    for (const int signal : {SIGTERM, SIGHUP, SIGINT, SIGQUIT, SIGXCPU, SIGXFSZ}) {
         const ProgramResult result = run_until_signal(signal);
         EXPECT_EQ(result.signal, signal);
         EXPECT_EQ(result.status, -1);
