@@ -9,6 +9,8 @@
 #include <numeric>
 #include <sstream>
 
+#include "correlation.h"
+
 namespace {
 
 constexpr std::size_t transform_size = 256;
@@ -78,19 +80,6 @@ std::vector<std::size_t> loud_frames(std::span<const BandPowers> expected, std::
     for (std::size_t frame = 0; frame < measured; ++frame)
         if (sums[frame] > threshold) loud.push_back(frame);
     return loud;
-}
-
-double correlation(const std::vector<double>& x, const std::vector<double>& y) {
-    const double count = static_cast<double>(x.size());
-    const double mean_x = std::accumulate(x.begin(), x.end(), 0.0) / count;
-    const double mean_y = std::accumulate(y.begin(), y.end(), 0.0) / count;
-    double xx = 0, yy = 0, xy = 0;
-    for (std::size_t i = 0; i < x.size(); ++i) {
-        xx += (x[i] - mean_x) * (x[i] - mean_x);
-        yy += (y[i] - mean_y) * (y[i] - mean_y);
-        xy += (x[i] - mean_x) * (y[i] - mean_y);
-    }
-    return xy / std::sqrt(xx * yy);
 }
 
 // The frames that count, their powers asked for and (after the gain is taken out) measured.

@@ -9,6 +9,8 @@
 #include <numeric>
 #include <sstream>
 
+#include "correlation.h"
+
 namespace {
 
 using Signal = std::vector<double>;
@@ -70,19 +72,6 @@ Signal power_spectrum(std::span<const double> piece, std::size_t size) {
     Signal power(size / 2 + 1);
     for (std::size_t k = 0; k < power.size(); ++k) power[k] = std::norm(x[reversed_bits(k, size)]);
     return power;
-}
-
-double correlation(std::span<const double> x, std::span<const double> y) {
-    const double count = static_cast<double>(x.size());
-    const double mean_x = std::accumulate(x.begin(), x.end(), 0.0) / count;
-    const double mean_y = std::accumulate(y.begin(), y.end(), 0.0) / count;
-    double xx = 0, yy = 0, xy = 0;
-    for (std::size_t i = 0; i < x.size(); ++i) {
-        xx += (x[i] - mean_x) * (x[i] - mean_x);
-        yy += (y[i] - mean_y) * (y[i] - mean_y);
-        xy += (x[i] - mean_x) * (y[i] - mean_y);
-    }
-    return xx > 0 && yy > 0 ? xy / std::sqrt(xx * yy) : 0;
 }
 
 double power_of(std::span<const double> piece) {
