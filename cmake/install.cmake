@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 # Where everything goes. The software dongle stands in a directory of its own, where only quaver looks for it.
 set(quaver_libdir ${CMAKE_INSTALL_LIBDIR})
-# Debian's directory for the libraries of one kind of machine, under /usr/local too: a package is made from the same build.
+# Debian's directory for the libraries of one kind of machine, under /usr/local too: one build makes the package too.
 if(quaver_libdir STREQUAL "lib" AND CMAKE_LIBRARY_ARCHITECTURE)
     set(quaver_libdir lib/${CMAKE_LIBRARY_ARCHITECTURE})
 endif()

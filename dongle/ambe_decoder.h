@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A whole AMBE 3600x2400 decoder: 12 bytes in, 160 samples out, and what to do with frames that the channel has damaged.
+// A whole AMBE 3600x2400 decoder: 12 bytes in, 160 samples out, and what to do with frames damaged on the way.
 //
 // All state is in one record that the caller owns; nothing is allocated and nothing is global, so the same frames
 // give the same samples wherever and however often they are decoded.

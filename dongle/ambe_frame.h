@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// One AMBE 3600x2400 frame: from 72 channel bits to 48 voice bits and their fields, with the errors that were corrected.
+// One AMBE 3600x2400 frame: from 72 channel bits to 48 voice bits and their fields, with the errors corrected.
 //
 // Three words of 24 bits are interleaved in the frame: c0 and c1 are Golay code words, c1 scrambled by the data of c0;
 // c2 is unprotected. Voice bits are 12 of c0, 12 of c1, 24 of c2, the first the most significant.

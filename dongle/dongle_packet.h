@@ -6,8 +6,8 @@
 //          │ "AMBE" │ kind │ 12   │ frame    │ 28 zeros     │ check │
 //          └────────┴──────┴──────┴──────────┴──────────────┴───────┘
 //
-// kind: 0 empty (prepared, or the dongle's request), 1 frame. check: CRC-16/CCITT (polynomial 1021, start FFFF) over the
-// first 46 bytes, high byte first.
+// kind: 0 empty (prepared, or the dongle's request), 1 frame. check: CRC-16/CCITT (polynomial 1021, start FFFF) over
+// the first 46 bytes, high byte first.
 #pragma once
 
 #include <cstdint>

@@ -219,8 +219,8 @@ void transform_forward(const float samples[transform_samples], Spectrum& spectru
     }
 }
 
-// Z(k) = (X(k) + X*(128 - k)) + i e^(2 pi i k / 256) (X(k) - X*(128 - k)), then the complex transform backwards: that is
-// forwards with real and imaginary parts exchanged.
+// Z(k) = (X(k) + X*(128 - k)) + i e^(2 pi i k / 256) (X(k) - X*(128 - k)), then the complex transform backwards: that
+// is forwards with real and imaginary parts exchanged.
 void transform_back(const Spectrum& spectrum, float samples[transform_samples]) {
     MirroredBins bins;
     for (int k = 0; k < transform_bins; k += lane_count) {

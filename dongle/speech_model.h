@@ -30,7 +30,7 @@ struct SpeechModel {
     return static_cast<std::uint32_t>(turns * 0x1p32 + 0.5);
 }
 
-// The model before the first frame, and after frames that carry none: 30 harmonics, all log magnitudes and magnitudes 0.
+// The model before the first frame, and after frames that carry none: 30 harmonics, magnitudes and their logarithms 0.
 void speech_model_reset(SpeechModel& model);
 
 // Pitch and number of harmonics stay, all is unvoiced with magnitude 0.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The unvoiced harmonics: white noise, transformed, each band brought to its magnitude, transformed back and overlapped.
+// The unvoiced harmonics: white noise transformed, each band brought to its magnitude, transformed back, overlapped.
 #include "lanes.h"
 #include "synthesis_parts.h"
 

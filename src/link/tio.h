@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The serial line to the vocoder.
 //
-// One line is open at a time, process-wide and for one thread. Three terminal states exist: the saved one, found at open
-// and written back at close; the working one, which every setter edits and then applies; and the device's own. A
+// One line is open at a time, process-wide and for one thread. Three terminal states exist: the saved one, found at
+// open and written back at close; the working one, which every setter edits and then applies; and the device's own. A
 // descriptor that is no terminal (a plain file, a pipe) is accepted: its bytes flow, its settings go nowhere.
 //
 // Errors: -1, with errno as the failing call left it and the reason in a text of at most 127 characters

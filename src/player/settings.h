@@ -23,6 +23,6 @@ struct Settings {
 void settings_read_environment(Settings& settings);
 
 // Takes the options in the order in which they stand; operands may stand between them, as GNU getopt sorts them.
-// Returns the index of the first operand in the reordered `argv`, argc when there is none. A bad option, -D after -W and
-// -F before -W end in usage(). An unknown -F name prints its message and changes nothing.
+// Returns the index of the first operand in the reordered `argv`, argc when there is none. A bad option, -D after -W
+// and -F before -W end in usage(). An unknown -F name prints its message and changes nothing.
 int settings_read_options(Settings& settings, int argc, char** argv);

@@ -55,7 +55,7 @@ AmbeFrameBytes frame_of_voice_bits(std::uint64_t voice_bits) {
     return frame;
 }
 
-// The kind in v0..v5 and v47, its lowest bit; the index and the volume most significant bit first in the bits named here.
+// The kind in v0..v5 and v47, its lowest bit; index and volume most significant bit first in the bits named here.
 AmbeFrameBytes tone_frame(unsigned raw_index, unsigned volume, unsigned kind) {
     constexpr unsigned index_bits[] = {6, 7, 8, 9, 41, 42, 10, 11};
     constexpr unsigned volume_bits[] = {12, 13, 14, 15, 16, 43, 44, 17};

@@ -11,5 +11,5 @@
 AmbeFrameBytes frame_of_voice_bits(std::uint64_t voice_bits);
 // `kind` is 126 or 127: both are tones.
 AmbeFrameBytes tone_frame(unsigned raw_index, unsigned volume, unsigned kind = 126);
-// `frame` with `count` bits of word c0 or c1 (0 or 1) turned over, beginning with word bit `first` (0 most significant).
+// `frame` with `count` bits of word c0 or c1 (0 or 1) turned over from word bit `first` on (0 most significant).
 AmbeFrameBytes with_wrong_bits(AmbeFrameBytes frame, unsigned word, unsigned first, unsigned count);

@@ -86,7 +86,7 @@ TEST_P(MbeSynthesisTest, OneVoicedHarmonicIsASinusoidOfTwiceItsMagnitude) {
 }
 
 TEST_P(MbeSynthesisTest, ConstantVoiceHasNoStepAtFrameBorders) {
-    // Forty harmonics in their own phases: whatever the samples are, they are one and the same sum of cosines throughout.
+    // Forty harmonics in their own phases: whatever the samples are, they are one sum of cosines throughout.
     Harmonics harmonics = harmonics_of(0.0113, 40, true);
     for (int i = 0; i < 40; i++) harmonics.magnitude[i] = static_cast<float>(300 - 5 * i);
     Samples samples;
@@ -104,7 +104,7 @@ TEST_P(MbeSynthesisTest, ConstantVoiceHasNoStepAtFrameBorders) {
 }
 
 TEST_P(MbeSynthesisTest, GlidingPitchHasNoStepAtFrameBorders) {
-    // A low harmonic at 55 to 180 Hz: the third difference of 2000 cos is below 2000 * 0.15^3 = 6.8; a step shows whole.
+    // A low harmonic at 55 to 180 Hz: the third difference of 2000 cos is below 2000 * 0.15^3 = 6.8; a step shows.
     Samples samples;
     double fundamental = 0.009;
     for (int frame = 0; frame < 40; frame++) {

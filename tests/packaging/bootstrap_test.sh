@@ -1,6 +1,7 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# scripts/bootstrap on stand-in package tools: what it asks for when something is missing, nothing is, or there is no apt.
+# scripts/bootstrap on stand-in package tools: what it asks for when something is missing, nothing is, or there is
+# no apt.
 # shellcheck disable=SC2016  # what stands in single quotes is written into the stand-in tools
 set -u
 bootstrap=$1

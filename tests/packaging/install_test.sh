@@ -1,7 +1,7 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# Installs the built tree below a temporary directory and converts a sample with what was installed there: the program must
-# find its library by the relative RUNPATH, wherever the tree stands.
+# Installs the built tree below a temporary directory and converts a sample with what was installed there: the program
+# must find its library by the relative RUNPATH, wherever the tree stands.
 #
 #   install_test.sh <cmake> <build directory> <source directory>
 set -eu

@@ -43,8 +43,10 @@ refuses "$directory/else/nowhere/libdongle-x86-64.so" "there is no $directory/el
 cp "$library" "$directory/else/vocoder.so"
 refuses "$directory/else/vocoder.so" "must name a file called libdongle-x86-64.so"
 
-configure "$library" && "$cmake" --build "$directory/build" --target quaver >>"$directory/out" 2>&1 ||
-    { cat "$directory/out"; exit 1; }
+if ! { configure "$library" && "$cmake" --build "$directory/build" --target quaver >>"$directory/out" 2>&1; }; then
+    cat "$directory/out"
+    exit 1
+fi
 program=$directory/build/bin/quaver
 readelf -d "$program" | grep -q 'NEEDED.*\[libdongle-x86-64.so\]' || fail "the library is not needed by its name"
 [ -z "$(find "$directory/build" -name 'libdongle*')" ] || fail "the software dongle was built all the same"

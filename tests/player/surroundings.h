@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Everything that the decode pump meets outside its own files, scripted and recorded: the vocoder library, the keyboard,
-// the console's state, the audio layer, the opening and closing of files, standard output and error.
+// Everything that the decode pump meets outside its own files, scripted and recorded: the vocoder library, the
+// keyboard, the console's state, the audio layer, the opening and closing of files, standard output and error.
 #pragma once
 
 #include <cstddef>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Preloaded: watches what the program's own code asks of the allocator. What libraries ask for themselves is let through.
+// Preloaded: watches what the program's own code asks of the allocator. What libraries ask for passes.
 //
 // QUAVER_TEST_FAILS      the number of the allocation that fails, 1 being the first
 // QUAVER_TEST_RELEASES   when set, each block that is given back is logged among the calls of the vocoder library
