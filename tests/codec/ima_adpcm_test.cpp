@@ -9,17 +9,9 @@
 #include <cstring>
 
 #include "codec/stream_tools.h"
+#include "support/ima_steps.h"
 
 namespace {
-
-// The table of the IMA's recommendation.
-constexpr int steps[89] = {7,     8,     9,     10,    11,    12,    13,    14,    16,    17,    19,   21,    23,
-                           25,    28,    31,    34,    37,    41,    45,    50,    55,    60,    66,   73,    80,
-                           88,    97,    107,   118,   130,   143,   157,   173,   190,   209,   230,  253,   279,
-                           307,   337,   371,   408,   449,   494,   544,   598,   658,   724,   796,  876,   963,
-                           1060,  1166,  1282,  1411,  1552,  1707,  1878,  2066,  2272,  2499,  2749, 3024,  3327,
-                           3660,  4026,  4428,  4871,  5358,  5894,  6484,  7132,  7845,  8630,  9493, 10442, 11487,
-                           12635, 13899, 15289, 16818, 18500, 20350, 22385, 24623, 27086, 29794, 32767};
 
 using Sizes = std::vector<std::int16_t>;
 
@@ -58,7 +50,7 @@ int threshold(int magnitude, int step) {
 }
 
 int expected_code(State& state, int sample) {
-    const int step = steps[state.index];
+    const int step = ima_steps[state.index];
     const int difference = std::abs(sample - state.predictor);
     int magnitude = 7;
     while (threshold(magnitude, step) > difference) --magnitude;
@@ -69,7 +61,7 @@ int expected_code(State& state, int sample) {
 }
 
 int expected_sample(State& state, int code) {
-    const int step = steps[state.index];
+    const int step = ima_steps[state.index];
     move_predictor(state, code, code % 8 * step / 4 + step / 8);
     move_index(state, code);
     return state.predictor;
@@ -365,7 +357,7 @@ TEST(ImaAdpcm, HeaderIndexAboveTheTableIsTakenAsItsLastRow) {
     for (int index = 0; index <= 0xFF; ++index) {
         const StreamPtr stream = new_stream(ima_adpcm, mode_decode);
         stream->flags = codec_flag_block_headers;
-        const int expected = steps[std::min(index, 88)] / 8;  // code 0 moves by an eighth of a step
+        const int expected = ima_steps[std::min(index, 88)] / 8;  // code 0 moves by an eighth of a step
         EXPECT_EQ(decoded_by(stream, bytes({0, 0, index, 0, 0x00}))[0], expected) << index;
     }
 }

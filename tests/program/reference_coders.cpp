@@ -9,6 +9,7 @@
 
 #include "program/recordings.h"
 #include "program/wave_run.h"
+#include "support/ima_steps.h"
 
 namespace {
 
@@ -55,15 +56,6 @@ Bytes g711_file(unsigned tag, std::uint8_t (*code)(std::int16_t), const Bytes& p
 }
 
 // IMA ADPCM (IMA, "Recommended Practices for Enhancing Digital Audio Compatibility", revision 3.00).
-
-constexpr int ima_steps[] = {7,     8,     9,     10,    11,    12,    13,    14,    16,    17,    19,   21,    23,
-                             25,    28,    31,    34,    37,    41,    45,    50,    55,    60,    66,   73,    80,
-                             88,    97,    107,   118,   130,   143,   157,   173,   190,   209,   230,  253,   279,
-                             307,   337,   371,   408,   449,   494,   544,   598,   658,   724,   796,  876,   963,
-                             1060,  1166,  1282,  1411,  1552,  1707,  1878,  2066,  2272,  2499,  2749, 3024,  3327,
-                             3660,  4026,  4428,  4871,  5358,  5894,  6484,  7132,  7845,  8630,  9493, 10442, 11487,
-                             12635, 13899, 15289, 16818, 18500, 20350, 22385, 24623, 27086, 29794, 32767};
-static_assert(std::size(ima_steps) == 89);
 
 int ima_parts(int step, int code) {
     return (code & 4 ? step : 0) + (code & 2 ? step / 2 : 0) + (code & 1 ? step / 4 : 0);
