@@ -3,6 +3,8 @@
 // line and the keyboard on pseudo-terminals, and what is left when it has ended.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,6 +16,11 @@
 extern const std::vector<std::string> both_recordings;
 
 enum class Mode { convert, play };
+
+// Of a test that runs in both.
+inline std::string mode_name(const testing::TestParamInfo<Mode>& mode) {
+    return mode.param == Mode::convert ? "Convert" : "Play";
+}
 
 struct Conversion {
     Mode mode = Mode::convert;

@@ -143,6 +143,4 @@ TEST_P(FileFaults, DiskThatCannotBeReadEndsTheRecordingLikeItsEnd) {
     expect_rows(mode, Call::disk_read, rows);
 }
 
-INSTANTIATE_TEST_SUITE_P(Modes, FileFaults, testing::Values(Mode::convert, Mode::play), [](const auto& mode) {
-    return std::string(mode.param == Mode::convert ? "Convert" : "Play");
-});
+INSTANTIATE_TEST_SUITE_P(Modes, FileFaults, testing::Values(Mode::convert, Mode::play), mode_name);

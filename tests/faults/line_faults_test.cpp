@@ -135,6 +135,4 @@ TEST_P(LineFaults, SpaceThatCannotBeReadStopsAtTheNextTurn) {
     expect_run({.mode = mode, .key = ' ', .fault = only(Call::read, 3)}, run_of(mode, stopped_later, second_well));
 }
 
-INSTANTIATE_TEST_SUITE_P(Modes, LineFaults, testing::Values(Mode::convert, Mode::play), [](const auto& mode) {
-    return std::string(mode.param == Mode::convert ? "Convert" : "Play");
-});
+INSTANTIATE_TEST_SUITE_P(Modes, LineFaults, testing::Values(Mode::convert, Mode::play), mode_name);

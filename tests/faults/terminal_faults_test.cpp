@@ -125,6 +125,4 @@ TEST_P(TerminalFaults, KeyboardThatIsNoTerminalIsNoFault) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Modes, TerminalFaults, testing::Values(Mode::convert, Mode::play), [](const auto& mode) {
-    return std::string(mode.param == Mode::convert ? "Convert" : "Play");
-});
+INSTANTIATE_TEST_SUITE_P(Modes, TerminalFaults, testing::Values(Mode::convert, Mode::play), mode_name);
