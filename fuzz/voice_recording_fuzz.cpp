@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Arbitrary files through the recording reader. The first byte chooses whether frames are mirrored, the rest is the
+// Arbitrary files through the recording reader. The first byte chooses whether the bits are reversed, the rest is the
 // file. Every file ends, and no frame lies outside the buffer.
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -23,9 +23,9 @@ const std::string& memory_file(const std::uint8_t* data, std::size_t size) {
     return path;
 }
 
-void check_frame(const VoiceRecording& recording, const std::uint8_t* frame) {
+void check_frame(const VoiceRecording& recording, VoiceFrame frame) {
     const std::uint8_t* const buffer = recording.buffer;
-    if (frame < buffer || frame + ambe_frame_bytes > buffer + sizeof recording.buffer) std::abort();
+    if (frame.data() < buffer || frame.data() + frame.size() > buffer + sizeof recording.buffer) std::abort();
 }
 
 }  // namespace
@@ -45,9 +45,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // Two bytes of file are the smallest record; after the end come at most 65536 frames.
     const std::size_t frame_limit = size / 2 + 65536 + 1;
     std::size_t frames = 0;
-    while (std::uint8_t* frame = voice_recording_next(recording)) {
-        check_frame(recording, frame);
-        if (data[0] & 1) reverse_frame_bits(frame);
+    while (const std::optional<VoiceFrame> frame = voice_recording_next(recording)) {
+        check_frame(recording, *frame);
+        if (data[0] & 1) reverse_frame_bits(*frame);
         if (++frames > frame_limit) std::abort();
     }
     voice_recording_close(recording);

@@ -2,9 +2,12 @@
 #include "player/decode_pump.h"
 
 #include <cstdio>
+#include <optional>
+#include <span>
 
+#include "link/dongle.h"
 #include "link/keyboard.h"
-#include "player/console_guard.h"
+#include "player/console.h"
 #include "player/sink.h"
 #include "player/voice_recording.h"
 
@@ -13,13 +16,11 @@ namespace {
 constexpr int receive_buffer_bytes = 400;
 constexpr int space_key = 32;
 
-// How far the current frame has gone. A state plus one is the state that a read frame leads to.
-enum State {
-    file_started = 1,   // no frame read yet
-    frame_wanted = 2,   // the last frame was sent or dropped; also right after the very first read
-    frame_waiting = 3,  // a frame waits for the vocoder's request
-    never_entered = 4,
-};
+// One for the whole program: what the vocoder library left in it stays from file to file.
+std::uint8_t packet[ambe_packet_bytes];
+
+// The tables in the header say what each state, event and step means.
+enum State { file_started = 1, frame_wanted = 2, frame_waiting = 3, never_entered = 4 };
 
 enum class Event { failed, nothing, wants_frame, pcm_block, timed_out, unknown };
 
@@ -30,7 +31,8 @@ struct Pump {
     const Sink& sink;
     VoiceRecording& recording;
     State state = file_started;
-    std::uint8_t* frame = nullptr;  // in the recording's buffer
+    int spinner = 0;                                 // 0 to 3
+    std::optional<VoiceFrame> frame = std::nullopt;  // in the recording's buffer
     std::uint8_t received[receive_buffer_bytes] = {};
 };
 
@@ -55,11 +57,11 @@ Event classify(int length, int type) {
 }
 
 // Drawn and flushed at every turn, also when standard output is no terminal.
-void spinner_turn(Player& player) {
+void spinner_turn(int& spinner) {
     constexpr const char* faces[] = {"|\b", "/\b", "-\b", "\\\b"};
-    std::fputs(faces[player.spinner], stdout);
+    std::fputs(faces[spinner], stdout);
     std::fflush(stdout);
-    player.spinner = (player.spinner + 1) % 4;
+    spinner = (spinner + 1) % 4;
 }
 
 Step ended(const char* why) {
@@ -68,7 +70,7 @@ Step ended(const char* why) {
 }
 
 Step spin(Pump& pump) {
-    spinner_turn(pump.player);
+    spinner_turn(pump.spinner);
     if (kb_hit() > 0 && kb_getkey() == space_key) return ended("STOPPED");
     return Step::read;
 }
@@ -77,21 +79,22 @@ Step spin(Pump& pump) {
 Step read(Pump& pump) {
     pump.frame = voice_recording_next(pump.recording);
     if (!pump.frame) return ended("DONE");
-    pump.state = static_cast<State>(pump.state + 1);
+    // Kept: the first frame of a file counts as wanted, not as waiting.
+    pump.state = pump.state == file_started ? frame_wanted : frame_waiting;
     return Step::receive;
 }
 
 Step send_frame(Pump& pump) {
-    if (pump.player.settings.reverse_bits) reverse_frame_bits(pump.frame);
-    ambe_send(pump.player.packet, pump.frame);
-    dongle_send(ambe_packet_type, pump.player.packet, ambe_packet_bytes);
+    if (pump.player.settings.reverse_bits) reverse_frame_bits(*pump.frame);
+    ambe_send(packet, pump.frame->data());
+    dongle_send(ambe_packet_type, packet, ambe_packet_bytes);
     pump.state = frame_wanted;
     return Step::spin;
 }
 
 // Kept: no frame is read and no key polled between blocks that come back to back.
 Step deliver_block(Pump& pump) {
-    pump.sink.write(pump.player, pump.received);
+    pump.sink.write(pump.player, std::span(pump.received).first<pcm_block_bytes>());
     pump.state = frame_waiting;
     return Step::receive;
 }
@@ -119,7 +122,7 @@ Step receive(Pump& pump) {
 // Kept: a first receive of nothing finds state 2, so a second frame is read over the first.
 Step dispatch(Pump& pump) {
     switch (pump.state) {
-        case file_started: pump.player.spinner = 0; return Step::spin;
+        case file_started: pump.spinner = 0; return Step::spin;
         case frame_wanted: return Step::spin;
         case frame_waiting: return Step::receive;
         case never_entered: return unknown_packet(pump);
@@ -139,16 +142,12 @@ void run(Pump& pump) {
     }
 }
 
-void start_vocoder(Player& player) {
-    ambe_init(player.packet, 1);
+void start_vocoder() {
+    ambe_init(packet, 1);
     dongle_run(1);
-    console_guard_on();
-    kb_raw_on();
 }
 
 void stop_vocoder() {
-    kb_raw_off();
-    console_guard_off();
     std::fprintf(stderr, "> Stopping Dongle.\n");
     dongle_run(0);
     std::fprintf(stderr, "> Dongle stopped.\n");
@@ -162,9 +161,9 @@ void close_recording(VoiceRecording& recording) {
 
 }  // namespace
 
-int decode_file(Player& player, const char* path, bool write_mode) {
+int decode_file(Player& player, const char* path) {
     static VoiceRecording recording;  // 64 KB, for one file at a time
-    const Sink& sink = write_mode ? convert_sink : play_sink;
+    const Sink& sink = player.settings.write_mode ? convert_sink : play_sink;
 
     std::printf("%sing file '%s'", sink.verb, path);
     if (voice_recording_open(recording, path) < 0) return -1;
@@ -174,8 +173,10 @@ int decode_file(Player& player, const char* path, bool write_mode) {
     }
 
     Pump pump{player, sink, recording};
-    start_vocoder(player);
+    start_vocoder();
+    console_enter();
     run(pump);
+    console_leave();
     stop_vocoder();
     sink.stop(player);
     close_recording(recording);

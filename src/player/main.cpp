@@ -2,6 +2,7 @@
 // The start-up order of quaver, from top to bottom.
 #include <cstdio>
 
+#include "link/dongle.h"
 #include "player/decode_pump.h"
 #include "player/player.h"
 
@@ -31,7 +32,7 @@ int main(int argc, char** argv) {
 
     while (operand < argc) {
         const char* path = argv[operand++];
-        decode_file(player, path, write_mode);  // a file that fails does not stop the run
+        decode_file(player, path);  // a file that fails does not stop the run
     }
 
     dongle_close(0);

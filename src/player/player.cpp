@@ -6,6 +6,7 @@
 
 #include <cstdio>
 
+#include "link/dongle.h"
 #include "player/program_info.h"
 #include "riff/wave_format.h"
 
@@ -13,6 +14,7 @@ namespace {
 
 constexpr int report_missing_device = 1;
 constexpr int audio_mode_playback = 1;
+constexpr PcmFormat decoded_format = {.channels = 1, .bits_per_sample = 16, .sample_rate = 8000};
 
 }  // namespace
 
@@ -30,8 +32,8 @@ void print_banner() {
 
 int player_start_codec(Player& player) {
     const std::uint32_t tag = player.settings.format_tag;
-    player.stream = codec_stream_create(tag, codec_mode_encode, &player.input_format, 0);
-    if (!player.stream) {
+    player.stream = codec_stream_create(tag, codec_mode_encode, &decoded_format, 0);
+    if (player.stream == nullptr) {
         std::fprintf(stderr, "Sorry, format %s not supported !\n", wave_format_name(static_cast<int>(tag)));
         return -1;
     }
@@ -43,7 +45,7 @@ int player_start_audio(Player& player) {
     int device = player.settings.sound_device;
     if (device == -1) device = audio_detect(report_missing_device);
     player.audio = audio_alloc(device);
-    if (!player.audio) return -1;
+    if (player.audio == nullptr) return -1;
 
     const PcmFormat& format = player.stream->output_format;
     audio_format(player.audio, format.channels, static_cast<long>(format.sample_rate), format.bits_per_sample);

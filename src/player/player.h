@@ -1,23 +1,15 @@
 // SPDX-License-Identifier: MIT
-// What the program keeps from start to end, and how its parts are started.
+// What start-up makes and every file shares, and how the program's parts are started.
 #pragma once
-
-#include <cstdint>
 
 #include "audio/audio.h"
 #include "codec/codec_stream.h"
-#include "link/dongle.h"
 #include "player/settings.h"
-#include "riff/riff_file.h"
 
 struct Player {
     Settings settings;
-    PcmFormat input_format = {.channels = 1, .bits_per_sample = 16, .sample_rate = 8000};
     CodecStream* stream = nullptr;  // one for all files, never released
     AudioControl* audio = nullptr;  // play mode only
-    RiffFile* riff = nullptr;       // convert mode, while a file runs
-    int spinner = 0;                // 0 to 3
-    std::uint8_t packet[ambe_packet_bytes] = {};
 };
 
 // Opens /dev/null on each of the descriptors 0, 1 and 2 that the program was started without, so that no recording and
@@ -27,7 +19,7 @@ void open_missing_standard_streams();
 // Two lines on standard output: title and version, then whose program it is.
 void print_banner();
 
-// Creates the codec stream for the chosen format, in encode use. Returns 0, or -1 with a message on standard error.
+// Creates the codec stream that encodes decoded blocks into the chosen format. Returns 0, or -1 with a message on standard error.
 int player_start_codec(Player& player);
 
 // Chooses, formats and opens the audio device and prints its name. Returns 0; -1 when it cannot be had.

@@ -51,8 +51,10 @@ void usage() {
 }
 
 void settings_read_environment(Settings& settings) {
-    if (const char* device = std::getenv("SOUNDCARD")) settings.sound_device = number(device);
-    if (const char* port = std::getenv("DONGLE")) set_port(settings, port);
+    const char* device = std::getenv("SOUNDCARD");
+    if (device != nullptr) settings.sound_device = number(device);
+    const char* port = std::getenv("DONGLE");
+    if (port != nullptr) set_port(settings, port);
 }
 
 int settings_read_options(Settings& settings, int argc, char** argv) {

@@ -1,17 +1,22 @@
 // SPDX-License-Identifier: MIT
 #include "player/sink.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "riff/fourcc.h"
+#include "riff/riff_file.h"
 #include "riff/wave_format.h"
 
 namespace {
 
+// Convert mode: the file that is being written, null between files.
+RiffFile* wave_file = nullptr;
+
 // Play mode: the newest block, one deep. The pull callback gets no context, so both are the program's.
-PcmBlock waiting_block;
+std::uint8_t waiting_block[pcm_block_bytes];
 int block_ready = 0;  // 1 while waiting_block holds a block that was not pulled
 
 // The codec stream's output callback.
@@ -30,7 +35,8 @@ WaveFormat output_format(const Player& player) {
 }
 
 void create_or_truncate(const char* path) {
-    if (std::FILE* file = std::fopen(path, "wb")) std::fclose(file);
+    std::FILE* file = std::fopen(path, "wb");
+    if (file != nullptr) std::fclose(file);
 }
 
 // A WAVE file with its "fmt " chunk, or null.
@@ -38,7 +44,7 @@ RiffFile* create_wave_file(const Player& player, const char* path) {
     create_or_truncate(path);
     WaveFormat format = output_format(player);
     RiffFile* riff = riff_open(path, fourcc("WAVE"));
-    if (!riff) return nullptr;
+    if (riff == nullptr) return nullptr;
     if (riff_write_format(riff, &format) < 0) {
         std::printf("I/O ERR: ");
         riff_close(riff);
@@ -47,32 +53,38 @@ RiffFile* create_wave_file(const Player& player, const char* path) {
     return riff;
 }
 
+// Where the codec stream's blocks go; nowhere while no file is open.
+void connect(CodecStream& stream, CodecIoCallback callback, RiffFile* file) {
+    stream.io = callback;
+    stream.io_context = file;
+}
+
 int convert_start(Player& player, const char* path) {
     char* name = output_name(path);
-    if (name) {
+    if (name != nullptr) {
         std::printf(" to '%s': ", name);
-        player.riff = create_wave_file(player, name);
+        wave_file = create_wave_file(player, name);
         std::free(name);
     } else {
         std::printf(": ");
     }
-    if (!player.riff) {
+    if (wave_file == nullptr) {
         std::printf("CANNOT CREATE\n");
         return -1;
     }
-    player.stream->io = write_to_riff;
-    player.stream->io_context = player.riff;
+    connect(*player.stream, write_to_riff, wave_file);
     return 0;
 }
 
-void convert_write(Player& player, const std::uint8_t* pcm_block) {
-    codec_stream_write(player.stream, pcm_block, pcm_block_bytes);
+void convert_write(Player& player, PcmBlock block) {
+    codec_stream_write(player.stream, block.data(), pcm_block_bytes);
 }
 
 void convert_stop(Player& player) {
     std::fprintf(stderr, "> Closing RIFF.\n");
-    riff_close(player.riff);
-    player.riff = nullptr;
+    connect(*player.stream, nullptr, nullptr);
+    riff_close(wave_file);
+    wave_file = nullptr;
     std::fprintf(stderr, "> RIFF closed.\n");
 }
 
@@ -86,8 +98,8 @@ int play_start(Player& player, const char*) {
 }
 
 // A block that was not pulled yet is overwritten.
-void play_write(Player&, const std::uint8_t* pcm_block) {
-    std::memcpy(waiting_block.bytes, pcm_block, sizeof waiting_block.bytes);
+void play_write(Player&, PcmBlock block) {
+    std::ranges::copy(block, waiting_block);
     block_ready = 1;
 }
 
@@ -107,15 +119,16 @@ char* output_name(const char* path) {
     constexpr char extension[] = ".wav";
     const std::size_t length = std::strlen(path);
     char* name = static_cast<char*>(std::malloc(length + sizeof extension));
-    if (!name) return nullptr;
+    if (name == nullptr) return nullptr;
     std::memcpy(name, path, length + 1);
-    if (char* dot = std::strrchr(name, '.')) std::memcpy(dot, extension, sizeof extension);
+    char* dot = std::strrchr(name, '.');
+    if (dot != nullptr) std::memcpy(dot, extension, sizeof extension);
     return name;
 }
 
 int pull_block(void*, std::uint8_t* output) {
     if (block_ready) {
-        std::memcpy(output, waiting_block.bytes, sizeof waiting_block.bytes);
+        std::memcpy(output, waiting_block, sizeof waiting_block);
         block_ready = 0;
     } else {
         std::memset(output, 0, pcm_block_bytes);

@@ -3,24 +3,24 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "link/dongle.h"
 #include "player/player.h"
 
-// 160 samples of 16-bit signed little-endian linear PCM, mono, 8000 Hz: what one AMBE frame decodes to.
-struct PcmBlock {
-    std::uint8_t bytes[pcm_block_bytes];
-};
+// What one AMBE frame decodes to, in somebody's buffer: 160 samples of 16-bit signed little-endian linear PCM, mono,
+// 8000 Hz.
+using PcmBlock = std::span<const std::uint8_t, pcm_block_bytes>;
 
 struct Sink {
-    const char* verb;                                              // of "%sing file"
-    bool closes_input_on_failure;                                  // when start fails
-    int (*start)(Player& player, const char* path);                // 0, or -1 after its message
-    void (*write)(Player& player, const std::uint8_t* pcm_block);  // 320 bytes
-    void (*stop)(Player& player);                                  // announced on standard error
+    const char* verb;                                // of "%sing file"
+    bool closes_input_on_failure;                    // when start fails
+    int (*start)(Player& player, const char* path);  // 0, or -1 after its message
+    void (*write)(Player& player, PcmBlock block);
+    void (*stop)(Player& player);  // announced on standard error
 };
 
-extern const Sink convert_sink;  // encodes into a WAVE file beside the recording
+extern const Sink convert_sink;  // encodes into a WAVE file beside the recording, which it owns from start to stop
 extern const Sink play_sink;     // keeps the newest block for the audio layer to pull
 
 // The path with everything from its last "." on replaced by ".wav". Kept: the directory part counts ("dir.v/rec" gives

@@ -4,26 +4,24 @@
 #include <array>
 #include <cstring>
 
-#include "link/dongle.h"
-
 namespace {
 
 constexpr int header_bytes = 10;
 constexpr char dvtool_magic[] = "DVTOOL";  // the terminating zero is part of it
-constexpr int frame_offset = 15;           // of the AMBE frame in a record
+constexpr std::size_t frame_offset = 15;   // of the AMBE frame in a record
 // A stale length of 0 at the end of a file yields frames without end; so many end it.
 constexpr std::uint32_t frames_without_input_limit = 65536;
 
-constexpr std::array<std::uint8_t, 256> mirrored_bytes = [] {
-    std::array<std::uint8_t, 256> mirrored{};
+constexpr std::array<std::uint8_t, 256> reversed_bytes = [] {
+    std::array<std::uint8_t, 256> reversed{};
     for (unsigned value = 0; value < 256; value++) {
         for (unsigned bit = 0; bit < 8; bit++) {
-            if (value >> bit & 1) mirrored[value] = static_cast<std::uint8_t>(mirrored[value] | 0x80 >> bit);
+            if (value >> bit & 1) reversed[value] = static_cast<std::uint8_t>(reversed[value] | 0x80 >> bit);
         }
     }
-    return mirrored;
+    return reversed;
 }();
-static_assert(mirrored_bytes[0x01] == 0x80 && mirrored_bytes[0x0F] == 0xF0 && mirrored_bytes[0xA0] == 0x05);
+static_assert(reversed_bytes[0x01] == 0x80 && reversed_bytes[0x0F] == 0xF0 && reversed_bytes[0xA0] == 0x05);
 
 // Reads one byte to `place`; at the end of the file `place` stays as it is.
 bool read_byte(std::FILE* file, std::uint8_t& place) {
@@ -58,20 +56,24 @@ void skip(std::FILE* file, std::size_t count) {
     while (count > 0 && getc_unlocked(file) != EOF) count--;
 }
 
-// Kept: a record shorter than 27 bytes leaves frame bytes of earlier records in place; one of length 0 is a frame made
-// wholly of earlier bytes.
-std::uint8_t* next_record_frame(VoiceRecording& recording) {
-    const RecordLength length = read_length(recording);
-    if (std::fread(recording.buffer, 1, length.value, recording.file) < length.value) return nullptr;
-
-    const bool any_input = length.read || length.value > 0;
-    if (!any_input && ++recording.frames_without_input > frames_without_input_limit) return nullptr;
-    return recording.buffer + frame_offset;
+VoiceFrame frame_at(VoiceRecording& recording, std::size_t offset) {
+    return std::span(recording.buffer).subspan(offset).first<ambe_frame_bytes>();
 }
 
-std::uint8_t* next_raw_frame(VoiceRecording& recording) {
-    if (std::fread(recording.buffer, 1, ambe_frame_bytes, recording.file) < ambe_frame_bytes) return nullptr;
-    return recording.buffer;
+// Kept: a record shorter than 27 bytes leaves frame bytes of earlier records in place; one of length 0 is a frame made
+// wholly of earlier bytes.
+std::optional<VoiceFrame> next_record_frame(VoiceRecording& recording) {
+    const RecordLength length = read_length(recording);
+    if (std::fread(recording.buffer, 1, length.value, recording.file) < length.value) return std::nullopt;
+
+    const bool any_input = length.read || length.value > 0;
+    if (!any_input && ++recording.frames_without_input > frames_without_input_limit) return std::nullopt;
+    return frame_at(recording, frame_offset);
+}
+
+std::optional<VoiceFrame> next_raw_frame(VoiceRecording& recording) {
+    if (std::fread(recording.buffer, 1, ambe_frame_bytes, recording.file) < ambe_frame_bytes) return std::nullopt;
+    return frame_at(recording, 0);
 }
 
 }  // namespace
@@ -79,7 +81,7 @@ std::uint8_t* next_raw_frame(VoiceRecording& recording) {
 int voice_recording_open(VoiceRecording& recording, const char* path) {
     recording = {};
     recording.file = std::fopen(path, "rb");
-    if (!recording.file) {
+    if (recording.file == nullptr) {
         std::printf(": NOT FOUND\n");
         return -1;
     }
@@ -100,16 +102,16 @@ int voice_recording_open(VoiceRecording& recording, const char* path) {
     return 0;
 }
 
-std::uint8_t* voice_recording_next(VoiceRecording& recording) {
-    if (!recording.file) return nullptr;
+std::optional<VoiceFrame> voice_recording_next(VoiceRecording& recording) {
+    if (recording.file == nullptr) return std::nullopt;
     return recording.dvtool ? next_record_frame(recording) : next_raw_frame(recording);
 }
 
 void voice_recording_close(VoiceRecording& recording) {
-    if (recording.file) std::fclose(recording.file);
+    if (recording.file != nullptr) std::fclose(recording.file);
     recording.file = nullptr;
 }
 
-void reverse_frame_bits(std::uint8_t* frame) {
-    for (int i = 0; i < ambe_frame_bytes; i++) frame[i] = mirrored_bytes[frame[i]];
+void reverse_frame_bits(VoiceFrame frame) {
+    for (std::uint8_t& byte : frame) byte = reversed_bytes[byte];
 }

@@ -19,6 +19,10 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <optional>
+#include <span>
+
+#include "link/dongle.h"
 
 struct VoiceRecording {
     std::FILE* file;
@@ -27,15 +31,18 @@ struct VoiceRecording {
     std::uint8_t buffer[0xFFFF];         // the largest record
 };
 
+// One AMBE frame, in somebody's buffer.
+using VoiceFrame = std::span<std::uint8_t, ambe_frame_bytes>;
+
 // Opens `path` and finds its form. Returns 0, having printed " (DVTOOL)" for that form; -1 with nothing left open,
 // having printed ": NOT FOUND\n" or, for a file of fewer than ten bytes, ": SHORT FILE\n".
 int voice_recording_open(VoiceRecording& recording, const char* path);
 
-// The next frame, 12 bytes inside the recording's buffer, which the caller may change in place: a later record that is
-// too short to replace them yields them again as they then are. Null at the end of the file.
-std::uint8_t* voice_recording_next(VoiceRecording& recording);
+// The next frame, inside the recording's buffer, where the caller may change it: a later record that is too short to
+// replace its bytes yields them again as they then are. None at the end of the file.
+std::optional<VoiceFrame> voice_recording_next(VoiceRecording& recording);
 
 void voice_recording_close(VoiceRecording& recording);
 
-// Mirrors the bits of each of the 12 bytes: bit 0 becomes bit 7, bit 1 becomes bit 6 and so on.
-void reverse_frame_bits(std::uint8_t* frame);
+// Reverses the order of the bits in each byte: bit 0 becomes bit 7, bit 1 becomes bit 6 and so on.
+void reverse_frame_bits(VoiceFrame frame);

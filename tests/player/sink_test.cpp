@@ -19,6 +19,10 @@ std::string output_name_of(const std::string& path) {
     return result;
 }
 
+PcmBlock pcm_block(const Bytes& block) {
+    return std::span(block).first<pcm_block_bytes>();
+}
+
 Bytes pulled() {
     Bytes block(pcm_block_bytes, 0xEE);
     EXPECT_EQ(pull_block(nullptr, block.data()), 320);
@@ -61,7 +65,7 @@ TEST(OutputName, NamesOfAnyLengthWork) {
 TEST(PullBlock, EachBlockIsPulledOnceThenSilence) {
     Player player;
     const Bytes block(320, 0x5A);
-    play_sink.write(player, block.data());
+    play_sink.write(player, pcm_block(block));
     EXPECT_EQ(pulled(), block);
     EXPECT_EQ(pulled(), silence);
     EXPECT_EQ(pulled(), silence);
@@ -69,8 +73,7 @@ TEST(PullBlock, EachBlockIsPulledOnceThenSilence) {
 
 TEST(PullBlock, BlockThatWasNotPulledIsOverwritten) {
     Player player;
-    play_sink.write(player, Bytes(320, 1).data());
-    play_sink.write(player, Bytes(320, 2).data());
+    for (const Bytes& block : {Bytes(320, 1), Bytes(320, 2)}) play_sink.write(player, pcm_block(block));
     EXPECT_EQ(pulled(), Bytes(320, 2));
     EXPECT_EQ(pulled(), silence);
 }
@@ -93,7 +96,8 @@ TEST(ConvertSink, OutputThatCannotBeCreatedIsSaid) {
     EXPECT_EQ(result, -1);
     EXPECT_EQ(output.out, " to '" + (dir / "missing/rec.wav") + "': CANNOT CREATE\n");
     EXPECT_EQ(output.err, "Unable to create file '" + (dir / "missing/rec.wav") + "' !\n");
-    EXPECT_EQ(player.riff, nullptr);
+    EXPECT_EQ(player.stream->io, nullptr);
+    EXPECT_EQ(player.stream->io_context, nullptr);
 }
 
 TEST(ConvertSink, FileWithoutBlocksHoldsTheFormatAndNothingElse) {
@@ -107,7 +111,8 @@ TEST(ConvertSink, FileWithoutBlocksHoldsTheFormatAndNothingElse) {
     });
     EXPECT_EQ(output.out, " to '" + (dir / "rec.wav") + "': ");
     EXPECT_EQ(output.err, "> Closing RIFF.\n> RIFF closed.\n");
-    EXPECT_EQ(player.riff, nullptr);
+    EXPECT_EQ(player.stream->io, nullptr);
+    EXPECT_EQ(player.stream->io_context, nullptr);
     EXPECT_EQ(read_file(dir / "rec.wav").size(), 36u);
 }
 
@@ -119,7 +124,7 @@ TEST(ConvertSink, BlocksReachTheFileThroughTheCodecStream) {
     output_of([&] {
         ASSERT_EQ(player_start_codec(player), 0);
         ASSERT_EQ(convert_sink.start(player, (dir / "rec.ambe").c_str()), 0);
-        for (int i = 0; i < 4; i++) convert_sink.write(player, block.data());  // byte 1025 of 1280 sends 1024 on
+        for (int i = 0; i < 4; i++) convert_sink.write(player, pcm_block(block));  // byte 1025 of 1280 sends 1024 on
         convert_sink.stop(player);
     });
     const Bytes file = read_file(dir / "rec.wav");

@@ -14,9 +14,10 @@ void traced(const std::string& call) {
     trace_call(surroundings().trace, call);
 }
 
-// The program has one packet buffer; any other is a fault.
+// The program has one packet buffer for all its files; any other is a fault.
 std::string packet_name(const unsigned char* packet) {
-    return packet == surroundings().packet ? "packet" : "another buffer";
+    static const unsigned char* const the_packet = packet;
+    return packet == the_packet ? "packet" : "another buffer";
 }
 
 void pull_blocks(int count) {

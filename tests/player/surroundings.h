@@ -39,9 +39,8 @@ struct Surroundings {
     AudioControl* audio_control = nullptr;  // of audio_alloc, and the one that the other operations may be given
     int audio_open_result = 0;
     int audio_start_result = 0;
-    int failing_fopen = 0;                 // its number, 1 being the first; 0: none is made to fail
-    int output_room = unlimited_room;      // bytes that a WAVE file takes
-    const std::uint8_t* packet = nullptr;  // the one buffer that the library may be given
+    int failing_fopen = 0;             // its number, 1 being the first; 0: none is made to fail
+    int output_room = unlimited_room;  // bytes that a WAVE file takes
 
     int fopens = 0;
 

@@ -50,7 +50,7 @@ struct Reading {
 };
 
 // Opens a file of `content` and reads at most `limit` frames, each put through `change` first.
-Reading reading_of(const Bytes& content, std::size_t limit = 100, void (*change)(std::uint8_t*) = nullptr) {
+Reading reading_of(const Bytes& content, std::size_t limit = 100, void (*change)(VoiceFrame) = nullptr) {
     const TempDir dir;
     write_file(dir / "rec", content);
     static VoiceRecording recording;
@@ -58,10 +58,10 @@ Reading reading_of(const Bytes& content, std::size_t limit = 100, void (*change)
     reading.out = output_of([&] { reading.result = voice_recording_open(recording, (dir / "rec").c_str()); }).out;
     if (reading.result < 0) return reading;
     while (reading.frames.size() < limit) {
-        std::uint8_t* frame = voice_recording_next(recording);
+        const std::optional<VoiceFrame> frame = voice_recording_next(recording);
         if (!frame) break;
-        if (change) change(frame);
-        reading.frames.emplace_back(frame, frame + frame_bytes);
+        if (change) change(*frame);
+        reading.frames.emplace_back(frame->begin(), frame->end());
     }
     voice_recording_close(recording);
     return reading;
@@ -236,24 +236,24 @@ TEST(VoiceRecording, StaleBytesAreMirroredAgainWhenTheyAreSentAgain) {
 
 TEST(VoiceRecording, RawFormThatCannotBeOpenedAgainYieldsNoFrame) {
     static VoiceRecording not_open_again = {};  // as it is left when the second opening fails
-    EXPECT_EQ(voice_recording_next(not_open_again), nullptr);
+    EXPECT_FALSE(voice_recording_next(not_open_again));
     voice_recording_close(not_open_again);
 }
 
 TEST(FrameBits, EachOfThe256BytesIsMirrored) {
     for (int value = 0; value < 256; value++) {
-        int mirrored = 0;
+        int reversed = 0;
         for (int weight = 1, mirror = 128; weight < 256; weight *= 2, mirror /= 2) {
-            if (value / weight % 2 == 1) mirrored += mirror;
+            if (value / weight % 2 == 1) reversed += mirror;
         }
         Bytes frame = repeated(value, 12);
-        reverse_frame_bits(frame.data());
-        EXPECT_EQ(frame, repeated(mirrored, 12));
+        reverse_frame_bits(std::span(frame).first<frame_bytes>());
+        EXPECT_EQ(frame, repeated(reversed, 12));
     }
 }
 
 TEST(FrameBits, ExamplesOfMirroredBytes) {
     Bytes frame = bytes({0x01, 0x0F, 0xA0, 0x80, 0xF0, 0x05, 0x00, 0xFF, 0x12, 0x48, 0x55, 0xAA});
-    reverse_frame_bits(frame.data());
+    reverse_frame_bits(std::span(frame).first<frame_bytes>());
     EXPECT_EQ(frame, bytes({0x80, 0xF0, 0x05, 0x01, 0x0F, 0xA0, 0x00, 0xFF, 0x48, 0x12, 0xAA, 0x55}));
 }

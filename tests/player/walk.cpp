@@ -65,13 +65,12 @@ WalkOutcome walk_pump(const Walk& walk, const std::string& directory) {
                              .audio_control = &control,
                              .audio_start_result = walk.audio_start_result,
                              .failing_fopen = walk.failing_fopen,
-                             .output_room = walk.output_room,
-                             .packet = player.packet});
+                             .output_room = walk.output_room});
         player_start_codec(player);
         fflush(stdout);
         surroundings().trace.clear();
         for (std::size_t i = 0; i < walk.recordings.size(); i++) {
-            outcome.results.push_back(decode_file(player, recording_path(directory, i).c_str(), walk.convert));
+            outcome.results.push_back(decode_file(player, recording_path(directory, i).c_str()));
             fflush(stdout);
         }
         outcome.trace = surroundings().trace;

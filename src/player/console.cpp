@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "player/console_guard.h"
+#include "player/console.h"
 
 #include <signal.h>
 
@@ -25,9 +25,7 @@ void put_back_and_die(int signal) {
     raise(signal);
 }
 
-}  // namespace
-
-void console_guard_on() {
+void guard_on() {
     struct sigaction guard = {};
     guard.sa_handler = put_back_and_die;
     sigemptyset(&guard.sa_mask);
@@ -41,8 +39,21 @@ void console_guard_on() {
     }
 }
 
-void console_guard_off() {
+void guard_off() {
     for (std::size_t i = 0; i < std::size(guarded_signals); i++) {
         sigaction(guarded_signals[i], &dispositions_before[i], nullptr);
     }
+}
+
+}  // namespace
+
+// The rescue stands before there is anything to rescue, and until it is done.
+void console_enter() {
+    guard_on();
+    kb_raw_on();
+}
+
+void console_leave() {
+    kb_raw_off();
+    guard_off();
 }
