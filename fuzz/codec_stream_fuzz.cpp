@@ -6,7 +6,7 @@
 //   byte 1     bit 0: encode; bit 1: block headers
 //   byte 2, 3  block size, low byte first
 //   encoding   up to 48 steps of three bytes: high, low, seed. 16 x high + low - 16 bytes made from the seed are
-//              written.
+//              written, until the codec has coded enough for one input: a few of its blocks.
 //   decoding   half of what is left, up to 64 bytes, is steps of two bytes: high, low. 16 x high + low - 16 bytes are
 //              read, 2 ^ (high modulo 13) at most in one call of the callback; its top bit has the end be an error. The
 //              rest of the input is what the callback gives.
@@ -27,6 +27,10 @@ namespace {
 constexpr std::uint32_t tags[] = {0x0001, 0x0006, 0x0007, 0x0011, 0x0031};
 constexpr std::uint32_t gsm_tag = 0x0031;
 constexpr int most_writes = 48;
+// Bounds of one input, so that it takes well under a millisecond: three blocks, fewer of large ones.
+constexpr int most_blocks = 3;
+constexpr int most_bytes_in = 4096;
+constexpr int most_bytes_pulled = 2048;
 constexpr std::ptrdiff_t most_read_bytes = 64;  // of the input: the steps of reading
 constexpr std::uint8_t flag_encode = 1;
 constexpr std::uint8_t flag_headers = 2;
@@ -161,10 +165,10 @@ int step_count(Input& input) {
 
 // Loud for most seeds, silent for 0.
 Bytes made_of(std::uint8_t seed, int count) {
-    Bytes data;
+    Bytes data(static_cast<std::size_t>(std::max(count, 0)));
     std::uint32_t state = seed;
-    for (int i = 0; i < count; ++i) {
-        data.push_back(static_cast<std::uint8_t>(state >> 24));
+    for (std::uint8_t& byte : data) {
+        byte = static_cast<std::uint8_t>(state >> 24);
         state = seed == 0 ? 0 : state * 1664525u + 1013904223u;
     }
     return data;
@@ -173,8 +177,10 @@ Bytes made_of(std::uint8_t seed, int count) {
 void fuzz_writes(Input input, std::uint32_t tag, CodecStream& ours, Outside& our_side, CodecStream& model,
                  Outside& model_side) {
     std::size_t checked = 0;
+    int room = std::max<int>(std::min(most_blocks * ours.ibuff_size, most_bytes_in), ours.ibuff_size) + 1;
     for (int step = 0; step < most_writes && !input.empty(); ++step) {
-        const int count = step_count(input);
+        const int count = std::min(step_count(input), room);
+        room -= std::max(count, 0);
         const Bytes data = made_of(input.next(), count);
         codec_stream_write(&ours, data.data(), count);
         for (const std::uint8_t byte : data) model_write_byte(model, byte);
@@ -189,7 +195,9 @@ void fuzz_writes(Input input, std::uint32_t tag, CodecStream& ours, Outside& our
 
 void fuzz_reads(Input input, CodecStream& ours, Outside& our_side, CodecStream& model, Outside& model_side) {
     const std::ptrdiff_t read_bytes = std::min(most_read_bytes, (input.end - input.at) / 2);
-    our_side.source = model_side.source = Bytes(input.at + read_bytes, input.end);
+    const std::ptrdiff_t source_bytes = std::min<std::ptrdiff_t>(
+        input.end - input.at - read_bytes, std::min(most_blocks * ours.ibuff_size, most_bytes_pulled));
+    our_side.source = model_side.source = Bytes(input.at + read_bytes, input.at + read_bytes + source_bytes);
     input.end = input.at + read_bytes;
     while (!input.empty()) {
         const std::uint8_t high = *input.at;

@@ -3,7 +3,6 @@
 // chunk length of the dump, the rest is the file. Every walk ends, nothing is written beyond the room that the
 // declarations ask for, and the data are those of a plain walk over the bytes.
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,9 +12,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <span>
-#include <string>
 #include <vector>
 
+#include "memory_file.h"
 #include "riff/fourcc.h"
 #include "riff/riff_file.h"
 #include "riff/wave_format.h"
@@ -31,16 +30,9 @@ void check(bool holds) {
     if (!holds) std::abort();
 }
 
-// A file in memory that can be opened by name.
-const std::string& memory_file(Content content) {
-    static const int descriptor = memfd_create("riff", 0);
-    static const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
-    check(ftruncate(descriptor, 0) == 0 && pwrite(descriptor, content.data(), content.size(), 0) >= 0);
-    return path;
-}
-
 RiffFile* opened(Content content) {
-    return riff_open(memory_file(content).c_str(), 0);
+    set_memory_file(content);
+    return riff_open(memory_file_name, 0);
 }
 
 // The bytes of all "data" chunks one after the other, as far as the file holds them.
