@@ -14,7 +14,7 @@ failures=0
 fail() { echo "$*"; failures=$((failures + 1)); }
 
 # A PATH with what the script itself needs and nothing else.
-for tool in bash cat sort mktemp rm; do
+for tool in bash cat grep sort mktemp rm; do
     ln -s "$(type -P "$tool")" "$tools/$tool"
 done
 printf '#!/bin/bash\necho "$user_id"\n' >"$tools/id"
@@ -34,13 +34,14 @@ done
 QUAVER_BOOTSTRAP=no run run || fail "told not to install: status is not 0"
 [ ! -s "$directory/err" ] || fail "told not to install: it speaks"
 
-# With apt, every package but libgsm1-dev installed; apt-get and sudo write down what they are asked.
+# With apt, every package but libgsm1-dev installed, and that one for another processor only; apt-get and sudo write down what they are asked.
 cat >"$tools/dpkg-query" <<'TOOL'
 #!/bin/bash
 for last; do :; done
-[ "$last" = libgsm1-dev ] && [ ! -e "$0.all" ] && exit 1
-echo -n installed
+[ "$last" = libgsm1-dev ] && [ ! -e "$0.all" ] && { echo "installed arm64"; exit; }
+echo "installed amd64"
 TOOL
+printf '#!/bin/bash\necho amd64\n' >"$tools/dpkg"
 cat >"$tools/apt-get" <<'TOOL'
 #!/bin/bash
 echo "$*" >>"$0.log"
@@ -49,7 +50,7 @@ cat >"$tools/sudo" <<'TOOL'
 #!/bin/bash
 echo "$*" >>"$0.log"
 TOOL
-chmod +x "$tools/dpkg-query" "$tools/apt-get" "$tools/sudo"
+chmod +x "$tools/dpkg" "$tools/dpkg-query" "$tools/apt-get" "$tools/sudo"
 
 run run || fail "one missing: status is not 0: $(cat "$directory/err")"
 grep -qx 'bootstrap: installing libgsm1-dev' "$directory/err" || fail "one missing: not announced"
@@ -75,6 +76,20 @@ printf '#!/bin/bash\necho "the mirror is gone" >&2\nexit 100\n' >"$tools/apt-get
 run run
 [ $? -eq 1 ] || fail "apt-get fails: status is not 1"
 grep -q 'the mirror is gone' "$directory/err" || fail "apt-get fails: its words are lost"
+
+# No network: apt-get update ends well, apt-get install does not; one line says what is missing, without apt's words.
+cat >"$tools/apt-get" <<'TOOL'
+#!/bin/bash
+case "$*" in
+*update) echo "W: Failed to fetch http://deb.example/InRelease  Temporary failure resolving 'deb.example'" >&2 ;;
+*)       echo "E: Unable to locate package libgsm1-dev" >&2; exit 100 ;;
+esac
+TOOL
+run run
+[ $? -eq 1 ] || fail "no network: status is not 1"
+tail -n 1 "$directory/err" | grep -qx 'bootstrap: no network, these packages are missing: libgsm1-dev' ||
+    fail "no network: it says $(cat "$directory/err")"
+[ "$(wc -l <"$directory/err")" -eq 2 ] || fail "no network: more than the announcement and one line"
 
 # Nothing missing: silence, and apt-get is not called.
 touch "$tools/dpkg-query.all"

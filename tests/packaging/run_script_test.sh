@@ -15,12 +15,20 @@ mkdir -p "$directory/tree/src" "$directory/tree/dongle" "$directory/tree/cmake" 
 cp -r "$source/scripts" "$directory/tree/"
 touch "$directory/tree/"{CMakeLists.txt,CMakePresets.json,src/a.cpp,src/a.h}
 
-# Stands in for cmake: writes down its arguments and "builds" a program that shows its directory and its arguments.
+# Stands in for cmake: writes down its arguments; configures the tree that it is run in, once, as cmake remembers it;
+# "builds" a program that shows its directory and its arguments.
 cat >"$directory/tools/cmake" <<'TOOL'
 #!/bin/bash
 echo "chatter of the build"
 echo "$*" >>"$(dirname "$0")/cmake.log"
-[ "$1" = --build ] || exit 0
+if [ "$1" != --build ]; then
+    mkdir -p build/release
+    [ -e build/release/CMakeCache.txt ] || echo "CMAKE_HOME_DIRECTORY:INTERNAL=$PWD" >build/release/CMakeCache.txt
+    [ ! -e "$(dirname "$0")/unconfigurable" ] || exit 1
+    touch build/release/Makefile
+    exit 0
+fi
+[ -e "$2/Makefile" ] || exit 1
 [ ! -e "$(dirname "$0")/broken" ] || exit 1
 [ ! -e "$(dirname "$0")/slow" ] || sleep 0.5
 mkdir -p "$2/bin"
@@ -81,6 +89,50 @@ wait
 for name in one two; do
     tail -n 1 "$directory/$name" | grep -qFx "<$name>" || fail "two at once: $name did not run: $(cat "$directory/$name")"
 done
+
+[ "$(grep -hx 'waiting for another build in build/release' "$directory/one" "$directory/two" | grep -c .)" -eq 1 ] ||
+    fail "two at once: the one that waits does not say so: $(cat "$directory/one" "$directory/two")"
+rm "$directory/tools/slow"
+
+# The first configuration fails, then what it missed is there.
+rm -r "$directory/tree/build"
+touch "$directory/tools/unconfigurable"
+run
+[ $? -eq 1 ] || fail "a failed configuration: status is not 1"
+rm "$directory/tools/unconfigurable"
+run
+[ $? -eq 7 ] || fail "after a failed configuration: $(cat "$directory/err")"
+grep -q -e '--preset release -DBUILD_TESTING=OFF' "$directory/tools/cmake.log" ||
+    fail "after a failed configuration: the tests are asked for"
+
+# A copy of the tree, and a tree that was moved, build a program of their own.
+cp -a "$directory/tree" "$directory/copy"
+(cd "$directory/else where" && "$directory/copy/scripts/quaver" -W 'a b.dvtool' >"$directory/out" 2>"$directory/err")
+grep -qx "CMAKE_HOME_DIRECTORY:INTERNAL=$directory/copy" "$directory/copy/build/release/CMakeCache.txt" ||
+    fail "a copy: it builds the tree that it was copied from"
+[ "$(cat "$directory/out")" = "$expected" ] || fail "a copy: $(cat "$directory/out")"
+mv "$directory/copy" "$directory/moved"
+rm -f "$directory/tools/cmake.log"
+"$directory/moved/scripts/quaver" >"$directory/out" 2>"$directory/err"
+built || fail "a moved tree: not built again"
+run
+! built || fail "a copy was built: this tree is built again too"
+
+# A tree that cannot be written to says so; one that is built already runs. Root may write anywhere: become nobody.
+rm -r "$directory/moved/build"
+chmod -R a+rX "$directory"
+as_nobody=()
+[ "$(id -u)" -ne 0 ] || as_nobody=(setpriv --reuid=65534 --regid=65534 --clear-groups)
+chmod a-w "$directory/moved" "$directory/tree" "$directory/tree/build"
+"${as_nobody[@]}" "$directory/moved/scripts/quaver" >"$directory/out" 2>"$directory/err"
+[ $? -eq 1 ] || fail "a read-only tree: status is not 1"
+[ "$(cat "$directory/err")" = \
+    "$directory/moved cannot be written to: copy the tree to where you may write, and run the copy" ] ||
+    fail "a read-only tree: it says $(cat "$directory/err")"
+(cd "$directory/else where" &&
+    "${as_nobody[@]}" "$directory/tree/scripts/quaver" -W 'a b.dvtool' >"$directory/out" 2>&1)
+[ "$(cat "$directory/out")" = "$expected" ] || fail "a read-only tree that is built: $(cat "$directory/out")"
+chmod u+w "$directory/moved" "$directory/tree" "$directory/tree/build"
 
 # By way of a link, as somebody has it in ~/bin.
 ln -s "$directory/tree/scripts/quaver" "$directory/tools/quaver-link"
