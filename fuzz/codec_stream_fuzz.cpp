@@ -88,10 +88,10 @@ struct Release {
 };
 using StreamPtr = std::unique_ptr<CodecStream, Release>;
 
-StreamPtr create(std::uint32_t tag, std::uint8_t flags, std::int16_t block_size, Outside& outside) {
+StreamPtr create(std::uint32_t tag, std::uint8_t flags, std::int16_t block_bytes, Outside& outside) {
     const bool encoding = (flags & flag_encode) != 0;
     const PcmFormat format = {1, 16, 8000};
-    StreamPtr stream(codec_stream_create(tag, encoding ? codec_mode_encode : 0, &format, block_size));
+    StreamPtr stream(codec_stream_create(tag, encoding ? codec_mode_encode : 0, &format, block_bytes));
     if (stream == nullptr) return stream;
     if ((flags & flag_headers) != 0) stream->flags |= codec_flag_block_headers;
     stream->io = encoding ? Outside::take : Outside::give;
@@ -104,15 +104,15 @@ void model_write_byte(CodecStream& stream, std::uint8_t byte) {
     if (stream.space_left <= 0) {
         if (stream.write_cursor != nullptr) {
             std::uint8_t* output = stream.ibuff;
-            stream.output_count = stream.ibuff_size;
+            stream.output_count = stream.ibuff_bytes;
             if (stream.encode != nullptr) {
                 output = stream.obuff;
                 stream.output_count = static_cast<std::int16_t>(
-                    stream.encode(stream, stream.ibuff, stream.obuff, static_cast<std::uint32_t>(stream.ibuff_size)));
+                    stream.encode(stream, stream.ibuff, stream.obuff, static_cast<std::uint32_t>(stream.ibuff_bytes)));
             }
             stream.io(stream.io_context, output, stream.output_count);
         }
-        stream.space_left = stream.ibuff_size;
+        stream.space_left = stream.ibuff_bytes;
         stream.write_cursor = stream.ibuff;
     }
     *stream.write_cursor++ = byte;
@@ -122,7 +122,7 @@ void model_write_byte(CodecStream& stream, std::uint8_t byte) {
 // The model: one byte read; 0 at the end, -1 on an error.
 int model_read_byte(CodecStream& stream, std::uint8_t& byte) {
     while (stream.bytes_left <= 0) {
-        stream.last_read = static_cast<std::int16_t>(stream.io(stream.io_context, stream.ibuff, stream.ibuff_size));
+        stream.last_read = static_cast<std::int16_t>(stream.io(stream.io_context, stream.ibuff, stream.ibuff_bytes));
         if (stream.last_read < 0) return -1;
         stream.read_cursor = stream.ibuff;
         if (stream.last_read == 0) return 0;
@@ -143,7 +143,7 @@ void require_same_record(const CodecStream& ours, const CodecStream& model) {
     require(ours.last_read == model.last_read, "last read");
     require(ours.output_count == model.output_count, "output count");
     require((ours.write_cursor == nullptr) == (model.write_cursor == nullptr), "write cursor");
-    require(std::equal(ours.ibuff, ours.ibuff + ours.ibuff_size, model.ibuff), "IBUFF");
+    require(std::equal(ours.ibuff, ours.ibuff + ours.ibuff_bytes, model.ibuff), "IBUFF");
 }
 
 // What a codec hands on is as long as its format says, and zero behind the codes.
@@ -236,14 +236,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::uint32_t tag = tags[input.next() % std::size(tags)];
     const std::uint8_t flags = input.next();
     const int low = input.next();
-    const auto block_size = static_cast<std::int16_t>(low | input.next() << 8);
+    const auto block_bytes = static_cast<std::int16_t>(low | input.next() << 8);
 
     Outside our_side;
     Outside model_side;
-    const StreamPtr ours = create(tag, flags, block_size, our_side);
-    const StreamPtr model = create(tag, flags, block_size, model_side);
+    const StreamPtr ours = create(tag, flags, block_bytes, our_side);
+    const StreamPtr model = create(tag, flags, block_bytes, model_side);
     if (ours == nullptr) {
-        require(tag == 0x0011 && block_size > 8191, "only a block that is too large is refused");
+        require(tag == 0x0011 && block_bytes > 8191, "only a block that is too large is refused");
         return 0;
     }
     if ((flags & flag_encode) != 0) {

@@ -16,7 +16,7 @@
 
 #include "memory_file.h"
 #include "riff/fourcc.h"
-#include "riff/riff_file.h"
+#include "riff/riff_read.h"
 #include "riff/wave_format.h"
 
 namespace {

@@ -17,37 +17,38 @@ constexpr std::size_t spare_input_bytes = 1;
 // The row of a tag, or null. Linear PCM is the first row; the search begins with the second.
 const CodecEntry* find_row(std::uint32_t tag) {
     if (tag == linear_pcm_tag) return &codec_table[0];
-    for (const CodecEntry* row = &codec_table[1]; row->name != nullptr; ++row)
+    for (const CodecEntry* row = &codec_table[1]; row->name != nullptr; row++) {
         if (row->tag == tag) return row;
+    }
     return nullptr;
 }
 
 // The most bytes that OBUFF holds. No codec hands on more than the larger of what it takes and what it fills.
 std::int16_t output_room(const CodecStream& stream) {
-    return std::max(stream.ibuff_size, stream.obuff_size);
+    return std::max(stream.ibuff_bytes, stream.obuff_bytes);
 }
 
 int allocate_ibuff(CodecStream& stream) {
-    if (stream.ibuff_size <= 0) return 0;
-    const std::size_t room = static_cast<std::size_t>(stream.ibuff_size) + spare_input_bytes;
-    stream.ibuff = static_cast<std::uint8_t*>(calloc(room, 1));
+    if (stream.ibuff_bytes <= 0) return 0;
+    const std::size_t room = static_cast<std::size_t>(stream.ibuff_bytes) + spare_input_bytes;
+    stream.ibuff = static_cast<std::uint8_t*>(std::calloc(room, 1));
     if (stream.ibuff != nullptr) return 0;
-    std::fprintf(stderr, "Out of memory for IBUFF of %d !\n", stream.ibuff_size);
+    std::fprintf(stderr, "Out of memory for IBUFF of %d !\n", stream.ibuff_bytes);
     return -1;
 }
 
 int allocate_obuff(CodecStream& stream) {
-    if (stream.obuff_size <= 0) return 0;
-    stream.obuff = static_cast<std::uint8_t*>(calloc(static_cast<std::size_t>(output_room(stream)), 1));
+    if (stream.obuff_bytes <= 0) return 0;
+    stream.obuff = static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(output_room(stream)), 1));
     if (stream.obuff != nullptr) return 0;
-    std::fprintf(stderr, "Out of memory for OBUFF of %d !\n", stream.obuff_size);
+    std::fprintf(stderr, "Out of memory for OBUFF of %d !\n", stream.obuff_bytes);
     return -1;
 }
 
 // Kept: a private block that the codec has taken stays taken when a later step fails.
 CodecStream* give_up(CodecStream* stream) {
-    free(stream->ibuff);
-    free(stream);
+    std::free(stream->ibuff);
+    std::free(stream);
     return nullptr;
 }
 
@@ -59,45 +60,45 @@ std::int16_t output_bytes(const CodecStream& stream, std::uint32_t result) {
 // Codes the full IBUFF and hands the result on.
 void finish_block(CodecStream& stream) {
     std::uint8_t* output = stream.ibuff;
-    stream.output_count = stream.ibuff_size;
+    stream.output_count = stream.ibuff_bytes;
     if (stream.encode != nullptr) {
-        const auto block_bytes = static_cast<std::uint32_t>(stream.ibuff_size);
+        const auto count = static_cast<std::uint32_t>(stream.ibuff_bytes);
         output = stream.obuff;
-        stream.output_count = output_bytes(stream, stream.encode(stream, stream.ibuff, stream.obuff, block_bytes));
+        stream.output_count = output_bytes(stream, stream.encode(stream, stream.ibuff, stream.obuff, count));
     }
     stream.io(stream.io_context, output, stream.output_count);
 }
 
 void start_block(CodecStream& stream) {
     if (stream.write_cursor != nullptr) finish_block(stream);
-    stream.space_left = stream.ibuff_size;
+    stream.space_left = stream.ibuff_bytes;
     stream.write_cursor = stream.ibuff;
 }
 
 // Gets the next block and decodes it. Returns what the callback returned: 0 is the end, negative an error. A block may
 // decode to nothing; bytes_left is then 0.
 int pull_block(CodecStream& stream) {
-    const int result = stream.io(stream.io_context, stream.ibuff, stream.ibuff_size);
+    const int result = stream.io(stream.io_context, stream.ibuff, stream.ibuff_bytes);
     // A callback that claims more than it was asked for has given what IBUFF holds.
-    stream.last_read = static_cast<std::int16_t>(std::clamp<int>(result, INT16_MIN, stream.ibuff_size));
+    stream.last_read = static_cast<std::int16_t>(std::clamp<int>(result, INT16_MIN, stream.ibuff_bytes));
     if (result < 0) return result;
     stream.read_cursor = stream.ibuff;
     stream.bytes_left = stream.last_read;
     if (result == 0 || stream.decode == nullptr) return result;
 
-    const auto block_bytes = static_cast<std::uint32_t>(stream.last_read);
-    stream.bytes_left = output_bytes(stream, stream.decode(stream, stream.ibuff, stream.obuff, block_bytes));
+    const auto count = static_cast<std::uint32_t>(stream.last_read);
+    stream.bytes_left = output_bytes(stream, stream.decode(stream, stream.ibuff, stream.obuff, count));
     stream.read_cursor = stream.obuff;
     return result;
 }
 
 }  // namespace
 
-CodecStream* codec_stream_create(std::uint32_t tag, int mode, const PcmFormat* format, std::int16_t block_size) {
+CodecStream* codec_stream_create(std::uint32_t tag, int mode, const PcmFormat* format, std::int16_t block_bytes) {
     const CodecEntry* codec = find_row(tag);
     if (codec == nullptr || codec->init == nullptr) return nullptr;
 
-    auto* stream = static_cast<CodecStream*>(calloc(1, sizeof(CodecStream)));
+    auto* stream = static_cast<CodecStream*>(std::calloc(1, sizeof(CodecStream)));
     if (stream == nullptr) {
         std::fputs("Out of memory for codec stream !\n", stderr);
         return nullptr;
@@ -105,7 +106,7 @@ CodecStream* codec_stream_create(std::uint32_t tag, int mode, const PcmFormat* f
     stream->name = codec->name;
     stream->input_format = *format;
     stream->output_format = *format;
-    stream->block_size = block_size;
+    stream->block_bytes = block_bytes;
 
     if (codec->init(*stream, mode) < 0) return give_up(stream);
     if (allocate_ibuff(*stream) < 0) return give_up(stream);

@@ -29,7 +29,7 @@ constexpr int codec_mode_encode = 1;                   // any other mode decodes
 struct CodecStream {
     const char* name;            // of the table row, not a copy
     std::uint16_t flags;         // 0 at creation; codec_flag_block_headers is the caller's to set
-    std::int16_t block_size;     // as asked for at creation, in bytes; 0 or less is the codec's own choice
+    std::int16_t block_bytes;    // as asked for at creation, in bytes; 0 or less is the codec's own choice
     PcmFormat input_format;      // of the bytes written (encoding), of the PCM wanted (decoding)
     PcmFormat output_format;     // the same, with the bits per sample of what comes out
     CodecOperation encode;       // null passes bytes through
@@ -40,8 +40,8 @@ struct CodecStream {
     std::uint8_t* read_cursor;   // decoding: the next byte to give out
     std::uint8_t* obuff;         // OBUFF, or null
     std::uint8_t* write_cursor;  // encoding: the next free byte of IBUFF; null before the first byte
-    std::int16_t ibuff_size;     // bytes in a block of input
-    std::int16_t obuff_size;     // bytes that the codec fills; 0 is no OBUFF
+    std::int16_t ibuff_bytes;    // bytes in a block of input
+    std::int16_t obuff_bytes;    // bytes that the codec fills; 0 is no OBUFF
     std::int16_t last_read;      // decoding: what the callback returned last
     std::int16_t output_count;   // encoding: bytes in the block that was handed on last
     std::int16_t bytes_left;     // decoding: bytes that are still to be given out
@@ -50,17 +50,17 @@ struct CodecStream {
 };
 
 // Makes a stream for the format `tag`: an encoder when `mode` is codec_mode_encode, else a decoder. `format` is copied.
-// `block_size` is the size of a coded block in bytes, for the codecs that leave a choice (IMA ADPCM); with 0 or less
+// `block_bytes` is the size of a coded block in bytes, for the codecs that leave a choice (IMA ADPCM); with 0 or less
 // the choice is theirs.
 //
 // Prints the codec's line, "CODEC '%s' for %d channels at %ld Hz with %d bits per sample.\n", on standard output.
 // Returns the stream, the caller's for good, or null:
-//   without a message, nothing printed   no codec has the tag, or a buffer for `block_size` would not fit 16 bits
+//   without a message, nothing printed   no codec has the tag, or a buffer for `block_bytes` would not fit 16 bits
 //   after a message on standard error    memory ran out; a private block that the codec has taken by then stays taken
 //
 // OBUFF has room for the larger of the two sizes and is zero where nothing was coded: some codecs hand on more bytes
 // than they code. IBUFF has a zero byte to spare: an encoder takes a last odd byte for a whole sample.
-CodecStream* codec_stream_create(std::uint32_t tag, int mode, const PcmFormat* format, std::int16_t block_size);
+CodecStream* codec_stream_create(std::uint32_t tag, int mode, const PcmFormat* format, std::int16_t block_bytes);
 
 // Writes `count` bytes to an encoding stream; 0 or less does nothing. A full IBUFF is coded and handed on when the byte
 // after it arrives, not before. What the callback returns is ignored.

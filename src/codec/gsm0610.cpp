@@ -1,16 +1,12 @@
 // SPDX-License-Identifier: MIT
-// GSM 06.10 full rate (ETSI EN 300 961), coded by libgsm, in the layout of WAVE files: two frames in 65 bytes.
-//
-//   byte   0             32   33             65
-//        ┌─────────────┬────┬──────────────┐
-//        │ first frame │ ½½ │ second frame │      byte 32 has four bits of either frame
-//        └─────────────┴────┴──────────────┘
+#include "codec/gsm0610.h"
+
 #include <gsm.h>
 
 #include <cstdio>
 #include <cstring>
 
-#include "codec/codec_table.h"
+#include "codec/codec_init.h"
 #include "codec/little_endian.h"
 
 namespace {
@@ -20,7 +16,6 @@ constexpr std::uint32_t frame_pcm_bytes = frame_samples * sample_bytes;
 constexpr std::int16_t pcm_block_bytes = 2 * frame_pcm_bytes;
 constexpr std::int16_t coded_block_bytes = 65;
 constexpr std::int16_t coded_bits = 0;
-constexpr std::int16_t pcm_bits = 16;
 
 constexpr std::size_t first_half_bytes = 32;   // coded by the first call of a pair; half a byte is kept
 constexpr std::size_t second_half_bytes = 33;  // coded by the second, the half byte first
@@ -72,6 +67,14 @@ std::uint32_t gsm0610_encode(CodecStream& stream, const std::uint8_t* in, std::u
     return count;
 }
 
+constexpr CodecShape gsm0610_shape = {
+    .encode = gsm0610_encode,
+    .decode = gsm0610_decode,
+    .pcm_bytes = pcm_block_bytes,
+    .coded_bytes = coded_block_bytes,
+    .coded_bits = coded_bits,
+};
+
 gsm create_state() {
     gsm state = gsm_create();
     int on = 1;
@@ -89,11 +92,5 @@ int gsm0610_init(CodecStream& stream, int mode) {
         return -1;
     }
 
-    const bool encoding = mode == codec_mode_encode;
-    stream.encode = gsm0610_encode;
-    stream.decode = gsm0610_decode;
-    stream.ibuff_size = encoding ? pcm_block_bytes : coded_block_bytes;
-    stream.obuff_size = encoding ? coded_block_bytes : pcm_block_bytes;
-    stream.output_format.bits_per_sample = encoding ? coded_bits : pcm_bits;
-    return 0;
+    return codec_finish_init(stream, mode, gsm0610_shape);
 }

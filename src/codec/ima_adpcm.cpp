@@ -1,16 +1,12 @@
 // SPDX-License-Identifier: MIT
-// IMA ADPCM, four bits a sample (IMA, "Recommended Practices for Enhancing Digital Audio Compatibility in Multimedia
-// Systems", revision 3.00, 1992).
-//
-// Kept: encoder and decoder are no mirror images. The encoder writes bare codes, the first of a pair in the high
-// nibble; the decoder takes the low nibble first, and a block header when the stream's flag says so. The encoder adds
-// up fractions of the step, the decoder multiplies, and they round differently.
+#include "codec/ima_adpcm.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
 
-#include "codec/codec_table.h"
+#include "codec/codec_init.h"
 #include "codec/little_endian.h"
 
 namespace {
@@ -19,7 +15,6 @@ constexpr std::int16_t default_block_bytes = 1024;
 constexpr std::int16_t pcm_bytes_per_code_byte = 4;
 constexpr std::int16_t largest_block_bytes = INT16_MAX / pcm_bytes_per_code_byte;  // its PCM still fits 16 bits
 constexpr std::int16_t coded_bits = 4;
-constexpr std::int16_t pcm_bits = 16;
 constexpr std::uint32_t header_bytes = 4;
 
 constexpr unsigned code_sign = 8;
@@ -34,6 +29,12 @@ struct ImaAdpcmState {
     std::uint16_t reserved;    // the decoder sets it to 0
 };
 static_assert(sizeof(ImaAdpcmState) == 6);
+
+// The state while a block is coded.
+struct Coder {
+    int predictor;
+    unsigned step_index;
+};
 
 // clang-format off
 constexpr std::array<int, 89> step_sizes = {
@@ -61,21 +62,17 @@ using StepRow = std::array<std::uint8_t, index_steps.size()>;
 
 constexpr std::array<StepRow, step_sizes.size()> follow_index_steps() {
     std::array<StepRow, step_sizes.size()> next = {};
-    for (unsigned row = 0; row < step_sizes.size(); ++row)
-        for (unsigned code = 0; code < index_steps.size(); ++code)
-            next[row][code] =
-                static_cast<std::uint8_t>(std::clamp(static_cast<int>(row) + index_steps[code], 0, last_step_index));
+    for (unsigned row = 0; row < step_sizes.size(); row++) {
+        for (unsigned code = 0; code < index_steps.size(); code++) {
+            const int moved = static_cast<int>(row) + index_steps[code];
+            next[row][code] = static_cast<std::uint8_t>(std::clamp(moved, 0, last_step_index));
+        }
+    }
     return next;
 }
 
 // The step index after each step index and code: index_steps, kept inside step_sizes. The next sample waits for it.
 constexpr std::array<StepRow, step_sizes.size()> next_step_index = follow_index_steps();
-
-// The state while a block is coded.
-struct Coder {
-    int predictor;
-    unsigned step_index;
-};
 
 ImaAdpcmState& state_of(CodecStream& stream) {
     return *static_cast<ImaAdpcmState*>(stream.codec_private);
@@ -147,7 +144,7 @@ std::uint32_t ima_adpcm_decode(CodecStream& stream, const std::uint8_t* in, std:
         in += header_bytes;
         count -= header_bytes;
     }
-    for (std::uint32_t i = 0; i < count; ++i, out += pcm_bytes_per_code_byte) {
+    for (std::uint32_t i = 0; i < count; i++, out += pcm_bytes_per_code_byte) {
         store_sample(out, decode_code(coder, in[i] & code_mask));
         store_sample(out + sample_bytes, decode_code(coder, static_cast<unsigned>(in[i]) >> code_bits));
     }
@@ -174,23 +171,22 @@ std::uint32_t ima_adpcm_encode(CodecStream& stream, const std::uint8_t* in, std:
 
 }  // namespace
 
-// A block size whose PCM does not fit a 16-bit count is refused first, before anything is printed or taken.
 int ima_adpcm_init(CodecStream& stream, int mode) {
-    if (stream.block_size > largest_block_bytes) return -1;
+    if (stream.block_bytes > largest_block_bytes) return -1;
     codec_print_line(stream);
-    stream.codec_private = calloc(1, sizeof(ImaAdpcmState));
+    stream.codec_private = std::calloc(1, sizeof(ImaAdpcmState));
     if (stream.codec_private == nullptr) {
         std::fputs("Out of memory for ADPCM CB !\n", stderr);
         return -1;
     }
 
-    const bool encoding = mode == codec_mode_encode;
-    const std::int16_t code_bytes = stream.block_size >= 1 ? stream.block_size : default_block_bytes;
-    const auto pcm_bytes = static_cast<std::int16_t>(code_bytes * pcm_bytes_per_code_byte);
-    stream.encode = ima_adpcm_encode;
-    stream.decode = ima_adpcm_decode;
-    stream.ibuff_size = encoding ? pcm_bytes : code_bytes;
-    stream.obuff_size = encoding ? code_bytes : pcm_bytes;
-    stream.output_format.bits_per_sample = encoding ? coded_bits : pcm_bits;
-    return 0;
+    const std::int16_t code_bytes = stream.block_bytes >= 1 ? stream.block_bytes : default_block_bytes;
+    return codec_finish_init(stream, mode,
+                             {
+                                 .encode = ima_adpcm_encode,
+                                 .decode = ima_adpcm_decode,
+                                 .pcm_bytes = static_cast<std::int16_t>(code_bytes * pcm_bytes_per_code_byte),
+                                 .coded_bytes = code_bytes,
+                                 .coded_bits = coded_bits,
+                             });
 }

@@ -52,8 +52,9 @@ bool is_no_terminal(int error) {
 
 int speed_code(const char* name) {
     if (name == nullptr) return -1;
-    for (const SpeedRow* row = speed_table; row->name != nullptr; ++row)
+    for (const SpeedRow* row = speed_table; row->name != nullptr; row++) {
         if (strcmp(row->name, name) == 0) return row->code;
+    }
     return -1;
 }
 

@@ -5,22 +5,10 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+
+#include "codec/codec_table.h"
 
 namespace {
-
-struct FormatName {
-    const char* name;
-    std::uint32_t tag;
-};
-
-constexpr FormatName format_names[] = {
-    {"pcm",   1 },
-    {"ulaw",  7 },
-    {"alaw",  6 },
-    {"adpcm", 17},
-    {"gsm",   49},
-};
 
 // Base 10; what does not fit an int is cut to its low 32 bits.
 int number(const char* text) {
@@ -31,14 +19,13 @@ void set_port(Settings& settings, const char* text) {
     std::snprintf(settings.port, sizeof settings.port, "%s", text);
 }
 
-void set_format(Settings& settings, const char* name) {
-    for (const FormatName& row : format_names) {
-        if (std::strcmp(row.name, name) == 0) {
-            settings.format_tag = row.tag;
-            return;
-        }
+void set_format(Settings& settings, const char* option) {
+    const CodecEntry* codec = codec_by_option(option);
+    if (codec == nullptr) {
+        std::printf("Format '%s' is not supported.\n", option);
+        return;
     }
-    std::printf("Format '%s' is not supported.\n", name);
+    settings.format_tag = codec->tag;
 }
 
 }  // namespace

@@ -4,12 +4,14 @@
 
 #include <cstdint>
 
+#include "codec/codec_table.h"
+
 struct Settings {
-    std::uint32_t format_tag = 1;  // WAVE format tag of the files to write
-    bool write_mode = false;       // convert to WAVE files instead of playing
-    int reverse_bits = 0;          // 1 reverses the bits of each frame byte
-    int debug_level = 0;           // handed to the vocoder library
-    int verbose_level = 0;         // counted, read by nothing
+    std::uint32_t format_tag = linear_pcm_tag;  // WAVE format tag of the files to write
+    bool write_mode = false;                    // convert to WAVE files instead of playing
+    int reverse_bits = 0;                       // 1 reverses the bits of each frame byte
+    int debug_level = 0;                        // handed to the vocoder library
+    int verbose_level = 0;                      // counted, read by nothing
     char port[16] = "/dev/ttyUSB0";
     int speed = 230400;     // of the line, bit/s
     int sound_device = -1;  // -1 lets the audio layer choose

@@ -8,6 +8,6 @@ static_assert(fourcc_reversed(fourcc("WAVE")) == 0x45564157);
 
 const char* fourcc_text(std::uint32_t code) {
     static char text[5];
-    for (int i = 0; i < 4; ++i) text[i] = static_cast<char>(code >> (24 - 8 * i) & 0xFF);
+    for (int i = 0; i < 4; i++) text[i] = static_cast<char>(code >> (24 - 8 * i) & 0xFF);
     return text;
 }

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// RIFF chunk files: opening, writing, closing.
 #include "riff/riff_file.h"
 
 #include <bit>
 #include <cstdlib>
 
 #include "riff/fourcc.h"
+#include "riff/riff_read.h"
 
 namespace {
 
@@ -95,7 +95,7 @@ int riff_close(RiffFile* file) {
 
 int riff_write_int(RiffFile* file, std::uint64_t value) {
     std::uint8_t bytes[int_bytes];
-    for (std::size_t i = 0; i < int_bytes; ++i) bytes[i] = static_cast<std::uint8_t>(value >> (8 * i));
+    for (std::size_t i = 0; i < int_bytes; i++) bytes[i] = static_cast<std::uint8_t>(value >> (8 * i));
     if (std::fwrite(bytes, 1, int_bytes, file->stream) < int_bytes) {
         std::fprintf(stderr, "RIFF: unable to write integer !\n");
         return -1;
@@ -106,7 +106,7 @@ int riff_write_int(RiffFile* file, std::uint64_t value) {
 
 int riff_write_chunk(RiffFile* file, const ChunkHeader* header) {
     std::uint8_t id[int_bytes];
-    for (std::size_t i = 0; i < int_bytes; ++i) id[i] = static_cast<std::uint8_t>(header->id >> (24 - 8 * i));
+    for (std::size_t i = 0; i < int_bytes; i++) id[i] = static_cast<std::uint8_t>(header->id >> (24 - 8 * i));
     if (std::fwrite(id, 1, int_bytes, file->stream) < int_bytes) {
         std::fprintf(stderr, "RIFF: unable to write chunk ID !\n");
         return -1;

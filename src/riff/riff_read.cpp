@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// RIFF chunk files: walking the chunks and reading what is in them.
+#include "riff/riff_read.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
 
 #include "riff/fourcc.h"
-#include "riff/riff_file.h"
 
 namespace {
 
@@ -44,6 +44,21 @@ std::uint8_t* grown(std::uint8_t* buffer, std::size_t room) {
     return larger;
 }
 
+constexpr std::int64_t no_format_chunk = std::numeric_limits<std::int64_t>::min();  // no size that a file can state
+
+// Walks to the body of the next "fmt " chunk; its stated size, which may be negative. A clean end of the file ends the
+// walk as a cut header does, or it would look for the chunk for ever.
+std::int64_t find_format_body(RiffFile* file) {
+    ChunkHeader header = {};
+    if (find_chunk(file, fourcc("fmt "), &header) <= 0) return no_format_chunk;
+    return static_cast<std::int64_t>(header.size);
+}
+
+int cut_format() {
+    std::fprintf(stderr, "RIFF: unable to read chunk data !\n");
+    return -1;
+}
+
 std::uint8_t* no_chunk_memory() {
     std::fprintf(stderr, "Out of memory for chunk data buffer !\n");
     return nullptr;
@@ -64,7 +79,7 @@ int riff_read_int(RiffFile* file, std::uint64_t* value) {
         return -1;
     }
     std::uint32_t result = 0;
-    for (std::size_t i = 0; i < int_bytes; ++i) result |= std::uint32_t{bytes[i]} << (8 * i);
+    for (std::size_t i = 0; i < int_bytes; i++) result |= std::uint32_t{bytes[i]} << (8 * i);
     *value = sign_extended(result);
     return 0;
 }
@@ -87,7 +102,7 @@ int riff_skip(RiffFile* file, std::int64_t count) {
     while (count > 0) {
         std::fgetc(file->stream);
         if (std::feof(file->stream) != 0) return -1;
-        --count;
+        count--;
         if (std::ferror(file->stream) != 0) return -1;
     }
     return 0;
@@ -110,16 +125,19 @@ int riff_read_data(RiffFile* file, std::uint8_t* buffer, int capacity) {
 }
 
 int riff_find_format(RiffFile* file, std::uint8_t* buffer) {
-    ChunkHeader header = {};
-    // A clean end of the file (0) ends the walk as a cut header does, or it would look for the chunk for ever.
-    if (find_chunk(file, fourcc("fmt "), &header) <= 0) return -1;
-
-    const auto size = static_cast<std::int64_t>(header.size);
-    if (size < 0 || !fill(file, buffer, 0, header.size)) {
-        std::fprintf(stderr, "RIFF: unable to read chunk data !\n");
-        return -1;
-    }
+    const std::int64_t size = find_format_body(file);
+    if (size == no_format_chunk) return -1;
+    if (size < 0 || !fill(file, buffer, 0, static_cast<std::size_t>(size))) return cut_format();
     return 0;
+}
+
+int riff_find_format_bounded(RiffFile* file, std::span<std::uint8_t> buffer) {
+    const std::int64_t size = find_format_body(file);
+    if (size == no_format_chunk) return -1;
+    const auto taken = std::min(size, static_cast<std::int64_t>(buffer.size()));
+    if (size < 0 || !fill(file, buffer.data(), 0, static_cast<std::size_t>(taken))) return cut_format();
+    if (riff_skip(file, size - taken) < 0) return cut_format();
+    return static_cast<int>(size);
 }
 
 std::uint8_t* riff_read_chunk_data(RiffFile* file, std::int64_t size) {

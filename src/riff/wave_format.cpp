@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The WAVE "fmt " chunk, format names, dumps.
 #include "riff/wave_format.h"
 
 #include <algorithm>
@@ -14,19 +13,19 @@ static_assert(std::endian::native == std::endian::little, "the record is written
 
 namespace {
 
-constexpr std::size_t linear_pcm_body_bytes = 16;  // ends before extra_size
+constexpr std::size_t linear_pcm_body_bytes = 16;  // ends before extra_bytes
 constexpr std::size_t dump_columns = 16;
 
 std::size_t body_bytes(const WaveFormat& format) {
     if (format.format_tag == linear_pcm_tag) return linear_pcm_body_bytes;
-    return sizeof(WaveFormat) + format.extra_size;
+    return sizeof(WaveFormat) + format.extra_bytes;
 }
 
 // Linear PCM is served by the first row alone; the search begins behind it. Null when no row has the tag.
 const char* known_format_name(int tag) {
     if (codec_table[0].name == nullptr) return nullptr;
     if (tag == linear_pcm_tag) return codec_table[0].name;
-    for (const CodecEntry* row = codec_table + 1; row->name != nullptr; ++row) {
+    for (const CodecEntry* row = codec_table + 1; row->name != nullptr; row++) {
         if (static_cast<std::int16_t>(row->tag) == tag) return row->name;
     }
     return nullptr;
@@ -42,7 +41,7 @@ char text_column(std::uint8_t byte) {
 void dump_line(const std::uint8_t* bytes, std::size_t offset, std::size_t count) {
     char text[dump_columns + 1] = {};
     std::printf(" %06zX ", offset);
-    for (std::size_t i = 0; i < dump_columns; ++i) {
+    for (std::size_t i = 0; i < dump_columns; i++) {
         text[i] = i < count ? text_column(bytes[i]) : ' ';
         if (i < count) {
             std::printf(" %02X", unsigned{bytes[i]});
@@ -83,8 +82,8 @@ void wave_dump_format(const WaveFormat* format, std::uint32_t chunk_length, int 
     std::printf(" bits per sample: %d\n", int{format->bits_per_sample});
     if (full != 0) {
         std::printf(" blocksize: %d bytes\n", int{format->block_align});
-        std::printf(" extra info: %d bytes\n", int{format->extra_size});
-        if (format->extra_size != 0) {
+        std::printf(" extra info: %d bytes\n", int{format->extra_bytes});
+        if (format->extra_bytes != 0) {
             hex_dump(reinterpret_cast<const std::uint8_t*>(format) + sizeof(WaveFormat),
                      static_cast<int>(chunk_length - std::uint32_t{sizeof(WaveFormat)}));
         }

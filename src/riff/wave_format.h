@@ -6,8 +6,8 @@
 
 #include "riff/riff_file.h"
 
-// The first 18 bytes of a "fmt " body, as they stand in the file, least significant byte first. `extra_size` bytes of
-// format-specific data follow the record in memory as they do in the file; a record with extra_size 0 needs none.
+// The first 18 bytes of a "fmt " body, as they stand in the file, least significant byte first. `extra_bytes` bytes of
+// format-specific data follow the record in memory as they do in the file; a record with extra_bytes 0 needs none.
 struct [[gnu::packed]] WaveFormat {
     std::uint16_t format_tag;       // a tag of the codec table; 1 is linear PCM
     std::uint16_t channels;         // 1 is mono
@@ -15,14 +15,14 @@ struct [[gnu::packed]] WaveFormat {
     std::uint32_t byte_rate;        // average bytes per second
     std::uint16_t block_align;      // bytes per sample frame
     std::uint16_t bits_per_sample;  // of what is in the file; 0 where the format has no such number
-    std::uint16_t extra_size;       // bytes that follow
+    std::uint16_t extra_bytes;      // bytes that follow
 };
 
 static_assert(sizeof(WaveFormat) == 18);
 
 // Writes the "fmt " chunk; fills in the caller's `block_align` (channels times bits, divided by 8 and rounded down)
-// and `byte_rate` (block_align times sample_rate). The body is 16 bytes for format tag 1, whatever extra_size says,
-// and 18 + extra_size bytes for any other tag: the caller owes that many at `format`.
+// and `byte_rate` (block_align times sample_rate). The body is 16 bytes for format tag 1, whatever extra_bytes says,
+// and 18 + extra_bytes bytes for any other tag: the caller owes that many at `format`.
 // Returns 0; -1 after riff_write_chunk's message, `format` untouched, or without one when the body was cut short.
 int riff_write_format(RiffFile* file, WaveFormat* format);
 
@@ -31,7 +31,7 @@ int riff_write_format(RiffFile* file, WaveFormat* format);
 const char* wave_format_name(int tag);
 
 // Prints the record to standard output under "AUDIO information:"; `full` other than 0 adds the block size and the
-// extra bytes. Kept: when extra_size is not 0, the bytes shown are chunk_length - 18, not extra_size. The caller owes
+// extra bytes. Kept: when extra_bytes is not 0, the bytes shown are chunk_length - 18, not extra_bytes. The caller owes
 // chunk_length bytes at `format`, the record at least; a length below 18, or of 2^31 + 18 and more, shows none.
 void wave_dump_format(const WaveFormat* format, std::uint32_t chunk_length, int full);
 

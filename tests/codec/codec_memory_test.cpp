@@ -11,6 +11,9 @@
 
 #include "codec/codec_stream.h"
 #include "codec/codec_table.h"
+#include "codec/g711.h"
+#include "codec/gsm0610.h"
+#include "codec/ima_adpcm.h"
 #include "support/capture.h"
 
 namespace {
@@ -78,14 +81,14 @@ struct Creation {
     long still_held;
 };
 
-Creation create(std::uint32_t tag, int failing, int mode = codec_mode_encode, std::int16_t block_size = 0) {
+Creation create(std::uint32_t tag, int failing, int mode = codec_mode_encode, std::int16_t block_bytes = 0) {
     Creation result = {};
     const long held_before = held();
     requests.made = 0;
     result.output = output_of([&] {
         requests.counted = true;
         requests.failing = failing;
-        result.stream = codec_stream_create(tag, mode, &telephone_pcm, block_size);
+        result.stream = codec_stream_create(tag, mode, &telephone_pcm, block_bytes);
         requests.counted = false;
     });
     result.requests_made = requests.made;

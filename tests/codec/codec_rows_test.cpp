@@ -20,22 +20,22 @@ InitCall init_call;
 
 int init_without_buffers(CodecStream& stream, int mode) {
     init_call = {stream, mode};
-    stream.ibuff_size = -1;
-    stream.obuff_size = -1;
+    stream.ibuff_bytes = -1;
+    stream.obuff_bytes = -1;
     return 0;
 }
 
 int init_that_refuses(CodecStream& stream, int mode) {
     init_call = {stream, mode};
-    stream.ibuff_size = 100;
+    stream.ibuff_bytes = 100;
     return -2;
 }
 
 // The stream is the caller's to free; it has no buffers.
-CodecStream* created(std::uint32_t tag, int mode = 1, std::int16_t block_size = 0) {
+CodecStream* created(std::uint32_t tag, int mode = 1, std::int16_t block_bytes = 0) {
     init_call = {};
     CodecStream* stream = nullptr;
-    const Output output = output_of([&] { stream = codec_stream_create(tag, mode, &stereo_pcm, block_size); });
+    const Output output = output_of([&] { stream = codec_stream_create(tag, mode, &stereo_pcm, block_bytes); });
     EXPECT_EQ(output.out + output.err, "");
     return stream;
 }
@@ -90,7 +90,7 @@ TEST(CodecRows, InitFindsNameFormatsAndBlockSizeInAStreamOfZeroes) {
     EXPECT_EQ(init_call.mode, 7);
 
     EXPECT_STREQ(init_call.stream.name, "three");
-    EXPECT_EQ(init_call.stream.block_size, -300);
+    EXPECT_EQ(init_call.stream.block_bytes, -300);
     for (const PcmFormat& format : {init_call.stream.input_format, init_call.stream.output_format}) {
         EXPECT_EQ(format.channels, 2);
         EXPECT_EQ(format.bits_per_sample, 24);
@@ -99,8 +99,8 @@ TEST(CodecRows, InitFindsNameFormatsAndBlockSizeInAStreamOfZeroes) {
     EXPECT_EQ(init_call.stream.flags, 0);
     EXPECT_EQ(init_call.stream.encode, nullptr);
     EXPECT_EQ(init_call.stream.decode, nullptr);
-    EXPECT_EQ(init_call.stream.ibuff_size, 0);
-    EXPECT_EQ(init_call.stream.obuff_size, 0);
+    EXPECT_EQ(init_call.stream.ibuff_bytes, 0);
+    EXPECT_EQ(init_call.stream.obuff_bytes, 0);
     EXPECT_EQ(init_call.stream.codec_private, nullptr);
 }
 

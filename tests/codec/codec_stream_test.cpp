@@ -42,13 +42,13 @@ struct CountedCall {
 
 TEST(CodecStream, RecordHoldsItsFieldsInTheirOrder) {
     const std::size_t offsets[] = {offsetof(CodecStream, name),          offsetof(CodecStream, flags),
-                                   offsetof(CodecStream, block_size),    offsetof(CodecStream, input_format),
+                                   offsetof(CodecStream, block_bytes),   offsetof(CodecStream, input_format),
                                    offsetof(CodecStream, output_format), offsetof(CodecStream, encode),
                                    offsetof(CodecStream, decode),        offsetof(CodecStream, io),
                                    offsetof(CodecStream, io_context),    offsetof(CodecStream, ibuff),
                                    offsetof(CodecStream, read_cursor),   offsetof(CodecStream, obuff),
-                                   offsetof(CodecStream, write_cursor),  offsetof(CodecStream, ibuff_size),
-                                   offsetof(CodecStream, obuff_size),    offsetof(CodecStream, last_read),
+                                   offsetof(CodecStream, write_cursor),  offsetof(CodecStream, ibuff_bytes),
+                                   offsetof(CodecStream, obuff_bytes),   offsetof(CodecStream, last_read),
                                    offsetof(CodecStream, output_count),  offsetof(CodecStream, bytes_left),
                                    offsetof(CodecStream, space_left),    offsetof(CodecStream, codec_private)};
     EXPECT_TRUE(std::ranges::is_sorted(offsets));
@@ -101,22 +101,22 @@ TEST(CodecStreamCreate, OnlyTheBitsOfTheOutputFormatChange) {
 }
 
 TEST(CodecStreamCreate, BlockSizeIsStoredAsAsked) {
-    EXPECT_EQ(new_stream(linear_pcm, mode_encode, -7)->block_size, -7);
-    EXPECT_EQ(new_stream(ima_adpcm, mode_encode, 256)->block_size, 256);
+    EXPECT_EQ(new_stream(linear_pcm, mode_encode, -7)->block_bytes, -7);
+    EXPECT_EQ(new_stream(ima_adpcm, mode_encode, 256)->block_bytes, 256);
 }
 
 TEST(CodecStreamCreate, EveryModeButOneDecodes) {
-    for (const int mode : {0, 2, -1, 256, 0x10001}) EXPECT_EQ(new_stream(g711_alaw, mode)->ibuff_size, 1024) << mode;
-    EXPECT_EQ(new_stream(g711_alaw, 1)->ibuff_size, 2048);
+    for (const int mode : {0, 2, -1, 256, 0x10001}) EXPECT_EQ(new_stream(g711_alaw, mode)->ibuff_bytes, 1024) << mode;
+    EXPECT_EQ(new_stream(g711_alaw, 1)->ibuff_bytes, 2048);
 }
 
 TEST(CodecStreamCreate, BuffersStartAsZeroes) {
     for (const std::uint32_t tag : {linear_pcm, g711_alaw, g711_ulaw, ima_adpcm, gsm0610}) {
         for (const int mode : {mode_encode, mode_decode}) {
             const StreamPtr stream = new_stream(tag, mode);
-            const int room = std::max(stream->ibuff_size, stream->obuff_size);
-            EXPECT_EQ(std::count(stream->ibuff, stream->ibuff + stream->ibuff_size, 0), stream->ibuff_size);
-            if (stream->obuff_size > 0) {
+            const int room = std::max(stream->ibuff_bytes, stream->obuff_bytes);
+            EXPECT_EQ(std::count(stream->ibuff, stream->ibuff + stream->ibuff_bytes, 0), stream->ibuff_bytes);
+            if (stream->obuff_bytes > 0) {
                 EXPECT_EQ(std::count(stream->obuff, stream->obuff + room, 0), room);
             }
         }

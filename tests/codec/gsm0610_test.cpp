@@ -78,8 +78,8 @@ gsm coder_of(const StreamPtr& stream) {
 
 TEST(Gsm0610, EncodingStreamReports640And65And0) {
     const StreamPtr stream = new_stream(gsm0610, mode_encode);
-    EXPECT_EQ(stream->ibuff_size, 640);
-    EXPECT_EQ(stream->obuff_size, 65);
+    EXPECT_EQ(stream->ibuff_bytes, 640);
+    EXPECT_EQ(stream->obuff_bytes, 65);
     EXPECT_EQ(stream->output_format.bits_per_sample, 0);
     EXPECT_EQ(stream->input_format.bits_per_sample, 16);
 }
@@ -87,8 +87,8 @@ TEST(Gsm0610, EncodingStreamReports640And65And0) {
 TEST(Gsm0610, DecodingStreamReports65And640And16) {
     for (const int mode : {0, 2, -1}) {
         const StreamPtr stream = new_stream(gsm0610, mode);
-        EXPECT_EQ(stream->ibuff_size, 65);
-        EXPECT_EQ(stream->obuff_size, 640);
+        EXPECT_EQ(stream->ibuff_bytes, 65);
+        EXPECT_EQ(stream->obuff_bytes, 640);
         EXPECT_EQ(stream->output_format.bits_per_sample, 16);
     }
 }
@@ -103,7 +103,7 @@ TEST(Gsm0610, BothOperationsAreSetWhateverTheMode) {
 }
 
 TEST(Gsm0610, RequestedBlockSizeIsIgnored) {
-    EXPECT_EQ(new_stream(gsm0610, mode_encode, 130)->ibuff_size, 640);
+    EXPECT_EQ(new_stream(gsm0610, mode_encode, 130)->ibuff_bytes, 640);
 }
 
 TEST(Gsm0610, ControlBlockIsAFreshCoderInWaveLayout) {

@@ -125,40 +125,40 @@ std::vector<int> voice_like(int count) {
 
 TEST(ImaAdpcm, SizesAndBitsOfBothModes) {
     const StreamPtr encoder = new_stream(ima_adpcm, mode_encode);
-    EXPECT_EQ(encoder->ibuff_size, 4096);
-    EXPECT_EQ(encoder->obuff_size, 1024);
+    EXPECT_EQ(encoder->ibuff_bytes, 4096);
+    EXPECT_EQ(encoder->obuff_bytes, 1024);
     EXPECT_EQ(encoder->output_format.bits_per_sample, 4);
     const StreamPtr decoder = new_stream(ima_adpcm, mode_decode);
-    EXPECT_EQ(decoder->ibuff_size, 1024);
-    EXPECT_EQ(decoder->obuff_size, 4096);
+    EXPECT_EQ(decoder->ibuff_bytes, 1024);
+    EXPECT_EQ(decoder->obuff_bytes, 4096);
     EXPECT_EQ(decoder->output_format.bits_per_sample, 16);
 }
 
 TEST(ImaAdpcm, RequestedBlockSizeSetsTheSizes) {
-    for (const std::int16_t block_size : Sizes{1, 2, 255, 256, 1023, 8191}) {
-        const StreamPtr encoder = new_stream(ima_adpcm, mode_encode, block_size);
-        EXPECT_EQ(encoder->ibuff_size, 4 * block_size);
-        EXPECT_EQ(encoder->obuff_size, block_size);
-        const StreamPtr decoder = new_stream(ima_adpcm, mode_decode, block_size);
-        EXPECT_EQ(decoder->ibuff_size, block_size);
-        EXPECT_EQ(decoder->obuff_size, 4 * block_size);
+    for (const std::int16_t block_bytes : Sizes{1, 2, 255, 256, 1023, 8191}) {
+        const StreamPtr encoder = new_stream(ima_adpcm, mode_encode, block_bytes);
+        EXPECT_EQ(encoder->ibuff_bytes, 4 * block_bytes);
+        EXPECT_EQ(encoder->obuff_bytes, block_bytes);
+        const StreamPtr decoder = new_stream(ima_adpcm, mode_decode, block_bytes);
+        EXPECT_EQ(decoder->ibuff_bytes, block_bytes);
+        EXPECT_EQ(decoder->obuff_bytes, 4 * block_bytes);
     }
 }
 
 TEST(ImaAdpcm, BlockSizeBelowOneIsTheDefault) {
-    for (const std::int16_t block_size : Sizes{0, -1, -32768}) {
-        const StreamPtr stream = new_stream(ima_adpcm, mode_encode, block_size);
-        EXPECT_EQ(stream->ibuff_size, 4096);
-        EXPECT_EQ(stream->obuff_size, 1024);
+    for (const std::int16_t block_bytes : Sizes{0, -1, -32768}) {
+        const StreamPtr stream = new_stream(ima_adpcm, mode_encode, block_bytes);
+        EXPECT_EQ(stream->ibuff_bytes, 4096);
+        EXPECT_EQ(stream->obuff_bytes, 1024);
     }
 }
 
 TEST(ImaAdpcm, BlockSizeWhosePcmDoesNotFit16BitsIsRefusedInSilence) {
     // 4 x 8191 = 32764 fits, 4 x 8192 = 32768 does not.
-    for (const std::int16_t block_size : Sizes{8192, 16384, 32767}) {
+    for (const std::int16_t block_bytes : Sizes{8192, 16384, 32767}) {
         for (const int mode : {mode_encode, mode_decode}) {
             Output output;
-            EXPECT_EQ(new_stream(ima_adpcm, mode, block_size, &output), nullptr);
+            EXPECT_EQ(new_stream(ima_adpcm, mode, block_bytes, &output), nullptr);
             EXPECT_EQ(output.out + output.err, "");
         }
     }
@@ -417,16 +417,16 @@ TEST(ImaAdpcm, EachBlockIs2048BytesOfWhichThe1024CodesComeFirst) {
 }
 
 TEST(ImaAdpcm, SmallestAndLargestBlocksAreZeroBehindTheirCodes) {
-    for (const std::int16_t block_size : Sizes{1, 2, 3, 8191}) {
-        const StreamPtr stream = new_stream(ima_adpcm, mode_encode, block_size);
+    for (const std::int16_t block_bytes : Sizes{1, 2, 3, 8191}) {
+        const StreamPtr stream = new_stream(ima_adpcm, mode_encode, block_bytes);
         BlockSink sink;
         sink.attach(*stream);
-        const std::vector<int> samples = voice_like(4 * block_size + 1);
+        const std::vector<int> samples = voice_like(4 * block_bytes + 1);
         write_to(*stream, pcm_bytes(samples));
         ASSERT_EQ(sink.blocks.size(), 2u);
         State state = {0, 0};
         for (std::size_t block = 0; block < 2; ++block) {
-            const auto count = static_cast<std::size_t>(2 * block_size);
+            const auto count = static_cast<std::size_t>(2 * block_bytes);
             const auto first = samples.begin() + static_cast<std::ptrdiff_t>(block * count);
             Bytes expected = expected_codes(state, std::vector<int>(first, first + std::ptrdiff_t(count)));
             expected.resize(count);

@@ -6,8 +6,8 @@
 TEST(LinearPcm, BothModesHaveABlockOf1024BytesAndNoOutputBuffer) {
     for (const int mode : {mode_encode, mode_decode, 2, -1}) {
         const StreamPtr stream = new_stream(linear_pcm, mode);
-        EXPECT_EQ(stream->ibuff_size, 1024);
-        EXPECT_EQ(stream->obuff_size, 0);
+        EXPECT_EQ(stream->ibuff_bytes, 1024);
+        EXPECT_EQ(stream->obuff_bytes, 0);
         EXPECT_NE(stream->ibuff, nullptr);
         EXPECT_EQ(stream->obuff, nullptr);
         EXPECT_EQ(stream->encode, nullptr);
@@ -44,6 +44,6 @@ TEST(LinearPcm, BytesAreReadUnchanged) {
 
 TEST(LinearPcm, RequestedBlockSizeIsIgnored) {
     const StreamPtr stream = new_stream(linear_pcm, mode_encode, 32767);
-    EXPECT_EQ(stream->block_size, 32767);
-    EXPECT_EQ(stream->ibuff_size, 1024);
+    EXPECT_EQ(stream->block_bytes, 32767);
+    EXPECT_EQ(stream->ibuff_bytes, 1024);
 }

@@ -42,10 +42,10 @@ struct StreamRelease {
 using StreamPtr = std::unique_ptr<CodecStream, StreamRelease>;
 
 // What was printed meanwhile goes to `output`, if there is one.
-inline StreamPtr new_stream(std::uint32_t tag, int mode, std::int16_t block_size = 0, Output* output = nullptr,
+inline StreamPtr new_stream(std::uint32_t tag, int mode, std::int16_t block_bytes = 0, Output* output = nullptr,
                             const PcmFormat& format = telephone_pcm) {
     CodecStream* stream = nullptr;
-    const Output printed = output_of([&] { stream = codec_stream_create(tag, mode, &format, block_size); });
+    const Output printed = output_of([&] { stream = codec_stream_create(tag, mode, &format, block_bytes); });
     if (output != nullptr) *output = printed;
     return StreamPtr(stream);
 }

@@ -59,7 +59,7 @@ TEST(StartCodec, EncodesEightKilohertzMonoOf16BitsWithBlockHeadersFlagged) {
     EXPECT_EQ(result, 0);
     EXPECT_EQ(output.out, "CODEC 'Linear PCM' for 1 channels at 8000 Hz with 16 bits per sample.\n");
     EXPECT_EQ(player.stream->flags, 1);
-    EXPECT_EQ(player.stream->block_size, 0);
+    EXPECT_EQ(player.stream->block_bytes, 0);
     EXPECT_EQ(player.stream->input_format.channels, 1);
     EXPECT_EQ(player.stream->input_format.bits_per_sample, 16);
     EXPECT_EQ(player.stream->input_format.sample_rate, 8000u);

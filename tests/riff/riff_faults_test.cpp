@@ -7,7 +7,7 @@
 #include "riff/allocation_faults.h"
 #include "riff/fourcc.h"
 #include "riff/medium.h"
-#include "riff/riff_file.h"
+#include "riff/riff_read.h"
 #include "riff/wave_format.h"
 #include "support/capture.h"
 #include "support/temp_dir.h"

@@ -11,6 +11,7 @@
 #include <span>
 
 #include "riff/fourcc.h"
+#include "riff/riff_read.h"
 #include "riff/wav_364_bytes.h"
 #include "riff/wave_format.h"
 #include "support/capture.h"

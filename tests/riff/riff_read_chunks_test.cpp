@@ -138,7 +138,7 @@ TEST_F(RiffRead, FormatThatWasWrittenComesBackAsTheRecord) {
     EXPECT_EQ(format.byte_rate, 16000u);
     EXPECT_EQ(format.block_align, 2);
     EXPECT_EQ(format.bits_per_sample, 16);
-    EXPECT_EQ(format.extra_size, 0);
+    EXPECT_EQ(format.extra_bytes, 0);
 }
 
 TEST_F(RiffRead, WalkForTheFormatEndsAtTheCleanEndOfTheFile) {
@@ -189,6 +189,45 @@ TEST_F(RiffRead, FormatOfSizeZeroIsFoundAndReadsNothing) {
     Bytes buffer(1, 0xEE);
     EXPECT_EQ(find_format(buffer), 0);
     EXPECT_EQ(buffer[0], 0xEE);
+}
+
+TEST_F(RiffRead, BoundedFormatStopsAtTheBuffersEndAndSkipsTheRest) {
+    const Bytes body = bytes({1, 2, 3, 4, 5});
+    for (const std::size_t room : {0u, 1u, 4u, 5u, 8u}) {
+        open_wave(chunk("LIST", bytes({9})) + chunk("fmt ", body) + bytes({0x77}));
+        Bytes buffer(8, 0xEE);
+        EXPECT_EQ(find_format_bounded(buffer, room), 5) << room;
+        Bytes expected(8, 0xEE);
+        std::copy_n(body.begin(), std::min(room, body.size()), expected.begin());
+        EXPECT_EQ(buffer, expected) << room;
+        EXPECT_EQ(std::fgetc(file->stream), 0x77) << room;
+        EXPECT_EQ(output.err, "") << room;
+    }
+}
+
+TEST_F(RiffRead, BoundedFormatThatTheFileDoesNotHoldIsReported) {
+    for (const std::size_t room : {2u, 3u, 8u}) {
+        open_wave(chunk_stating("fmt ", 5, bytes({1, 2, 3})));
+        Bytes buffer(8, 0xEE);
+        EXPECT_EQ(find_format_bounded(buffer, room), -1) << room;
+        EXPECT_EQ(output.err, "RIFF: unable to read chunk data !\n") << room;
+    }
+    for (const std::uint32_t size : {0x80000000u, 0xFFFFFFFFu}) {
+        open_wave(chunk_stating("fmt ", size, bytes({1, 2, 3})));
+        Bytes buffer(8, 0xEE);
+        EXPECT_EQ(find_format_bounded(buffer, 8), -1) << size;
+        EXPECT_EQ(output.err, "RIFF: unable to read chunk data !\n") << size;
+        EXPECT_EQ(buffer, Bytes(8, 0xEE)) << size;
+    }
+}
+
+TEST_F(RiffRead, BoundedWalkForTheFormatEndsAtTheEndOfTheFile) {
+    Bytes buffer(8);
+    open_wave(chunk("data", bytes({1, 2})));
+    EXPECT_EQ(find_format_bounded(buffer, 8), -1);
+    EXPECT_EQ(output.err, "");
+    open_wave(chunk("fmt ", {}));
+    EXPECT_EQ(find_format_bounded(buffer, 8), 0);
 }
 
 // --- riff_read_chunk_data

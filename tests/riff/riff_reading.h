@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "riff/riff_file.h"
+#include "riff/riff_read.h"
 #include "support/capture.h"
 #include "support/temp_dir.h"
 
@@ -74,6 +74,13 @@ class RiffRead : public testing::Test {
         int status = 0;
         output = output_of([&] { status = riff_find_format(file, buffer.data()); });
         return status;
+    }
+
+    // Into the first `room` bytes of the buffer.
+    int find_format_bounded(Bytes& buffer, std::size_t room) {
+        int result = 0;
+        output = output_of([&] { result = riff_find_format_bounded(file, std::span(buffer).first(room)); });
+        return result;
     }
 
     std::uint8_t* read_chunk_data(std::int64_t size) {

@@ -80,7 +80,7 @@ TEST(RiffWriteFormat, FillsInTheCallersRecord) {
     EXPECT_EQ(format.channels, 2);
     EXPECT_EQ(format.sample_rate, 44100u);
     EXPECT_EQ(format.bits_per_sample, 16);
-    EXPECT_EQ(format.extra_size, 0);
+    EXPECT_EQ(format.extra_bytes, 0);
 }
 
 TEST(RiffWriteFormat, LinearPcmHasSixteenBytesWhateverTheExtraSizeSays) {
