@@ -177,7 +177,7 @@ Bytes made_of(std::uint8_t seed, int count) {
 void fuzz_writes(Input input, std::uint32_t tag, CodecStream& ours, Outside& our_side, CodecStream& model,
                  Outside& model_side) {
     std::size_t checked = 0;
-    int room = std::max<int>(std::min(most_blocks * ours.ibuff_size, most_bytes_in), ours.ibuff_size) + 1;
+    int room = std::max<int>(std::min(most_blocks * ours.ibuff_bytes, most_bytes_in), ours.ibuff_bytes) + 1;
     for (int step = 0; step < most_writes && !input.empty(); ++step) {
         const int count = std::min(step_count(input), room);
         room -= std::max(count, 0);
@@ -196,7 +196,7 @@ void fuzz_writes(Input input, std::uint32_t tag, CodecStream& ours, Outside& our
 void fuzz_reads(Input input, CodecStream& ours, Outside& our_side, CodecStream& model, Outside& model_side) {
     const std::ptrdiff_t read_bytes = std::min(most_read_bytes, (input.end - input.at) / 2);
     const std::ptrdiff_t source_bytes = std::min<std::ptrdiff_t>(
-        input.end - input.at - read_bytes, std::min(most_blocks * ours.ibuff_size, most_bytes_pulled));
+        input.end - input.at - read_bytes, std::min(most_blocks * ours.ibuff_bytes, most_bytes_pulled));
     our_side.source = model_side.source = Bytes(input.at + read_bytes, input.at + read_bytes + source_bytes);
     input.end = input.at + read_bytes;
     while (!input.empty()) {
