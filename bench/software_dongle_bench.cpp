@@ -12,7 +12,7 @@
 #include <iterator>
 #include <vector>
 
-#include "arithmetic.h"
+#include "dongle.h"
 #include "link/dongle.h"
 
 namespace {
@@ -50,11 +50,10 @@ double decode(const std::vector<std::uint8_t>& frames) {
     return (now_us() - begin) / static_cast<double>(frames.size() / ambe_frame_bytes);
 }
 
-const Arithmetic* chosen = &baseline::arithmetic;
 std::vector<double> baseline_us, wide_us;
 
-void run(benchmark::State& state, const Arithmetic& arithmetic, std::vector<double>& frame_us) {
-    chosen = &arithmetic;
+void run(benchmark::State& state, const DecoderVersion& version, std::vector<double>& frame_us) {
+    software_dongle_use(version);
     const std::vector<std::uint8_t> frames = story();
     const double count = static_cast<double>(frames.size() / ambe_frame_bytes);
     dongle_debug(0);
@@ -68,11 +67,11 @@ void run(benchmark::State& state, const Arithmetic& arithmetic, std::vector<doub
 }
 
 void without_wide_vectors(benchmark::State& state) {
-    run(state, baseline::arithmetic, baseline_us);
+    run(state, baseline::decoder_version, baseline_us);
 }
 void with_wide_vectors(benchmark::State& state) {
     if (__builtin_cpu_supports("avx2") == 0) return state.SkipWithError("this processor has none");
-    run(state, avx2::arithmetic, wide_us);
+    run(state, avx2::decoder_version, wide_us);
 }
 
 void print(const char* version, std::vector<double> frame_us) {
@@ -82,11 +81,6 @@ void print(const char* version, std::vector<double> frame_us) {
 }
 
 }  // namespace
-
-// In place of the library's own choice, so that both versions run through the same nine functions.
-const Arithmetic& arithmetic_of_this_processor() {
-    return *chosen;
-}
 
 BENCHMARK(without_wide_vectors)->UseManualTime()->Iterations(101)->Unit(benchmark::kMillisecond);
 BENCHMARK(with_wide_vectors)->UseManualTime()->Iterations(101)->Unit(benchmark::kMillisecond);

@@ -7,17 +7,19 @@
 //   asks     (48, 5), then waits      refused
 //   waits    nothing, 0               takes the frame, then speaks
 //   speaks   (320, 4), then asks      refused
-#include "link/dongle.h"
+//
+// Decoding starts afresh in ambe_init and in dongle_run(1), whichever comes last: the program calls both for every file,
+// a program that only stops and starts the vocoder between two files, or only prepares another packet, one of them.
+#include "dongle.h"
 
-#include <cstdint>
 #include <cstdio>
 #include <span>
 
-#include "ambe_decoder.h"
+#include "ambe/ambe_decoder.h"
 #include "dongle_packet.h"
+#include "link/dongle.h"
 
-static_assert(ambe_packet_bytes == dongle_packet_size && ambe_frame_bytes == dongle_frame_size &&
-              dongle_frame_size == ambe_frame_size && pcm_block_bytes == 2 * frame_samples);
+static_assert(pcm_block_bytes == sizeof(PcmBlock));
 
 namespace {
 
@@ -30,8 +32,9 @@ enum class Stage { closed, stopped, asks, waits, speaks };
 struct SoftwareDongle {
     Stage stage;
     int debug;
+    const DecoderVersion* version;  // null: the fastest of this processor
     AmbeDecoder decoder;
-    std::int16_t samples[frame_samples];
+    PcmBlock samples;
 };
 
 // One dongle a process, as the contract has it.
@@ -49,11 +52,12 @@ void report_file() {
 
 void report_frame() {
     const AmbeDecoder& decoder = instance.decoder;
-    const int* field = decoder.frame.field;
+    const AmbeFrame& frame = decoder.frame;
     std::fprintf(stderr, "Dongle: frame %ld %s, errors %d %d, rate %d ppm, fields %d %d %d %d %d %d %d %d %d\n",
-                 decoder.counts.frames - 1, frame_action_name(decoder.action), decoder.frame.errors_c0,
-                 decoder.frame.errors_c1, static_cast<int>(decoder.error_rate * 1e6F), field[0], field[1], field[2],
-                 field[3], field[4], field[5], field[6], field[7], field[8]);
+                 decoder.counts.frames - 1, frame_action_name(decoder.action), frame.errors_c0, frame.errors_c1,
+                 static_cast<int>(decoder.error_rate * 1e6F), frame.pitch_index, frame.voicing_index, frame.gain_index,
+                 frame.prba24_index, frame.prba58_index, frame.hoc1_index, frame.hoc2_index, frame.hoc3_index,
+                 frame.hoc4_index);
 }
 
 void stop() {
@@ -62,15 +66,20 @@ void stop() {
     if (instance.debug >= debug_files) report_file();
 }
 
+void start_decoder() {
+    const DecoderVersion* version = instance.version;
+    ambe_decoder_start(instance.decoder, version != nullptr ? *version : decoder_version_of_this_processor());
+}
+
 void start() {
     stop();
-    ambe_decoder_start(instance.decoder, arithmetic_of_this_processor());
+    start_decoder();
     instance.stage = Stage::asks;
 }
 
 int give_request(int* type, unsigned char* buffer, int capacity) {
     if (capacity < ambe_packet_bytes) return refused;
-    dongle_packet_prepare(PacketBytes{buffer, dongle_packet_size});
+    dongle_packet_prepare(PacketBytes{buffer, ambe_packet_bytes});
     *type = ambe_packet_type;
     instance.stage = Stage::waits;
     return ambe_packet_bytes;
@@ -89,6 +98,10 @@ int give_block(int* type, unsigned char* buffer, int capacity) {
 }
 
 }  // namespace
+
+void software_dongle_use(const DecoderVersion& version) {
+    instance.version = &version;
+}
 
 // The declarations are the program's; what the library shows to the world is said here.
 #pragma GCC visibility push(default)
@@ -118,10 +131,10 @@ int dongle_send(int type, const unsigned char* packet, int length) {
     if (instance.stage != Stage::waits) return refused;
     if (type != ambe_packet_type || packet == nullptr || length != ambe_packet_bytes) return refused;
     const std::uint8_t* frame =
-        dongle_packet_frame(std::span<const std::uint8_t, dongle_packet_size>{packet, dongle_packet_size});
+        dongle_packet_frame(std::span<const std::uint8_t, ambe_packet_bytes>{packet, ambe_packet_bytes});
     if (frame == nullptr) return refused;
 
-    ambe_decode(instance.decoder, FrameBytes{frame, dongle_frame_size}, instance.samples);
+    ambe_decode(instance.decoder, FrameBytes{frame, ambe_frame_bytes}, instance.samples);
     if (instance.debug >= debug_frames) report_frame();
     instance.stage = Stage::speaks;
     return 0;
@@ -145,13 +158,13 @@ void dongle_close(int /*mode*/) {
 }
 
 void ambe_init(unsigned char* packet, int /*mode*/) {
-    if (packet != nullptr) dongle_packet_prepare(PacketBytes{packet, dongle_packet_size});
-    ambe_decoder_start(instance.decoder, arithmetic_of_this_processor());
+    if (packet != nullptr) dongle_packet_prepare(PacketBytes{packet, ambe_packet_bytes});
+    start_decoder();
 }
 
 void ambe_send(unsigned char* packet, const unsigned char* frame) {
     if (packet == nullptr || frame == nullptr) return;
-    dongle_packet_build(PacketBytes{packet, dongle_packet_size}, FrameBytes{frame, dongle_frame_size});
+    dongle_packet_build(PacketBytes{packet, ambe_packet_bytes}, FrameBytes{frame, ambe_frame_bytes});
 }
 
 }  // extern "C"

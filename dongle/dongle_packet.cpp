@@ -7,7 +7,7 @@
 namespace {
 
 constexpr char mark[] = "AMBE";
-constexpr std::size_t mark_size = 4;
+constexpr std::size_t mark_bytes = 4;
 constexpr std::size_t kind_offset = 4;
 constexpr std::size_t length_offset = 5;
 constexpr std::size_t frame_offset = 6;
@@ -40,7 +40,7 @@ constexpr std::uint16_t check_of(const std::uint8_t* packet) {
 }
 
 struct Packet {
-    std::uint8_t bytes[dongle_packet_size];
+    std::uint8_t bytes[ambe_packet_bytes];
 };
 
 constexpr void seal(std::uint8_t* packet) {
@@ -51,9 +51,9 @@ constexpr void seal(std::uint8_t* packet) {
 
 constexpr Packet make_empty_packet() {
     Packet packet{};
-    for (std::size_t i = 0; i < mark_size; i++) packet.bytes[i] = static_cast<std::uint8_t>(mark[i]);
+    for (std::size_t i = 0; i < mark_bytes; i++) packet.bytes[i] = static_cast<std::uint8_t>(mark[i]);
     packet.bytes[kind_offset] = kind_empty;
-    packet.bytes[length_offset] = dongle_frame_size;
+    packet.bytes[length_offset] = ambe_frame_bytes;
     seal(packet.bytes);
     return packet;
 }
@@ -67,7 +67,7 @@ void dongle_packet_prepare(PacketBytes packet) {
 }
 
 void dongle_packet_build(PacketBytes packet, FrameBytes frame) {
-    std::uint8_t copy[dongle_frame_size];  // the frame may lie inside the packet
+    std::uint8_t copy[ambe_frame_bytes];  // the frame may lie inside the packet
     std::memcpy(copy, frame.data(), sizeof copy);
     dongle_packet_prepare(packet);
     packet[kind_offset] = kind_frame;
@@ -75,9 +75,9 @@ void dongle_packet_build(PacketBytes packet, FrameBytes frame) {
     seal(packet.data());
 }
 
-const std::uint8_t* dongle_packet_frame(std::span<const std::uint8_t, dongle_packet_size> packet) {
-    if (std::memcmp(packet.data(), mark, mark_size) != 0) return nullptr;
-    if (packet[kind_offset] != kind_frame || packet[length_offset] != dongle_frame_size) return nullptr;
+const std::uint8_t* dongle_packet_frame(std::span<const std::uint8_t, ambe_packet_bytes> packet) {
+    if (std::memcmp(packet.data(), mark, mark_bytes) != 0) return nullptr;
+    if (packet[kind_offset] != kind_frame || packet[length_offset] != ambe_frame_bytes) return nullptr;
     const std::uint32_t check = static_cast<std::uint32_t>(packet[check_offset] << 8 | packet[check_offset + 1]);
     return check == check_of(packet.data()) ? &packet[frame_offset] : nullptr;
 }

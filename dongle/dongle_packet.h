@@ -13,11 +13,10 @@
 #include <cstdint>
 #include <span>
 
-constexpr int dongle_packet_size = 48;
-constexpr int dongle_frame_size = 12;
+#include "ambe/ambe_frame.h"
+#include "link/dongle.h"
 
-using PacketBytes = std::span<std::uint8_t, dongle_packet_size>;
-using FrameBytes = std::span<const std::uint8_t, dongle_frame_size>;
+using PacketBytes = std::span<std::uint8_t, ambe_packet_bytes>;
 
 // Makes `packet` one without a frame.
 void dongle_packet_prepare(PacketBytes packet);
@@ -26,4 +25,4 @@ void dongle_packet_prepare(PacketBytes packet);
 void dongle_packet_build(PacketBytes packet, FrameBytes frame);
 
 // The 12 bytes of the frame inside `packet`; null when it is not a whole and sound packet with a frame.
-const std::uint8_t* dongle_packet_frame(std::span<const std::uint8_t, dongle_packet_size> packet);
+const std::uint8_t* dongle_packet_frame(std::span<const std::uint8_t, ambe_packet_bytes> packet);

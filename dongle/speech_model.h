@@ -5,7 +5,8 @@
 
 #include <cstdint>
 
-#include "ambe_tables.h"
+constexpr int min_harmonics = 9;
+constexpr int max_harmonics = 56;
 
 // Room for the 56 harmonics in whole groups of eight; slot i holds harmonic i + 1.
 constexpr int harmonic_slots = 64;
@@ -35,3 +36,9 @@ void speech_model_reset(SpeechModel& model);
 
 // Pitch and number of harmonics stay, all is unvoiced with magnitude 0.
 void harmonics_mute(Harmonics& harmonics);
+
+// What a tone frame says instead: one or two sinusoids.
+struct ToneModel {
+    std::uint32_t step[2];  // turns per sample times 2^32; second 0: there is one line only
+    float log2_peak;        // of the whole tone; two lines share it equally
+};

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ambe_decoder.h"
+#include "ambe/ambe_decoder.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <random>
 #include <vector>
 
-#include "dongle/arithmetic_versions.h"
+#include "dongle/decoder_versions.h"
 #include "dongle/frame_maker.h"
 
 namespace {
@@ -39,10 +39,10 @@ double finite_sum(const AmbeDecoder& decoder) {
 
 }  // namespace
 
-class AmbeDecoderTest : public ArithmeticVersions {
+class AmbeDecoderTest : public DecoderVersions {
   protected:
     void SetUp() override {
-        ArithmeticVersions::SetUp();
+        DecoderVersions::SetUp();
         if (!IsSkipped()) ambe_decoder_start(decoder, version());
     }
 
@@ -270,7 +270,8 @@ class AmbeDecoderStress : public AmbeDecoderTest {
         ASSERT_GE(*std::min_element(samples, samples + frame_samples), -32767);
     }
 };
-INSTANTIATE_TEST_SUITE_P(Versions, AmbeDecoderStress, testing::Values(&arithmetic_of_this_processor()), version_name);
+INSTANTIATE_TEST_SUITE_P(Versions, AmbeDecoderStress, testing::Values(&decoder_version_of_this_processor()),
+                         version_name);
 
 TEST_P(AmbeDecoderStress, MillionFramesOfArbitraryBytes) {
     std::mt19937 random(20240501);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ambe_tables.h"
+#include "ambe/ambe_tables.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <iterator>
 
 #include "dongle/golden_table.h"
-#include "synthesis_parts.h"
+#include "synthesis/voiced.h"
 
 namespace {
 

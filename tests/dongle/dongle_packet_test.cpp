@@ -8,8 +8,8 @@
 
 namespace {
 
-using Packet = std::array<std::uint8_t, dongle_packet_size>;
-using Frame = std::array<std::uint8_t, dongle_frame_size>;
+using Packet = std::array<std::uint8_t, ambe_packet_bytes>;
+using Frame = std::array<std::uint8_t, ambe_frame_bytes>;
 
 constexpr Frame frame = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
 
@@ -38,7 +38,7 @@ TEST(DonglePacket, DoesNotDependOnWhatThePacketHeldBefore) {
 TEST(DonglePacket, FrameMayLieInsideThePacketThatIsBuilt) {
     Packet packet{};
     std::memcpy(&packet[3], frame.data(), frame.size());
-    dongle_packet_build(packet, FrameBytes{&packet[3], dongle_frame_size});
+    dongle_packet_build(packet, FrameBytes{&packet[3], ambe_frame_bytes});
     EXPECT_EQ(packet, packet_of(frame));
 }
 
@@ -68,7 +68,7 @@ TEST(DonglePacket, CheckIsTheCrcOfTheBytesBeforeIt) {
 }
 
 TEST(DonglePacket, AnySingleWrongBitIsNoticed) {
-    for (std::size_t bit = 0; bit < 8 * dongle_packet_size; bit++) {
+    for (std::size_t bit = 0; bit < 8 * ambe_packet_bytes; bit++) {
         Packet packet = packet_of(frame);
         packet[bit / 8] = static_cast<std::uint8_t>(packet[bit / 8] ^ (1 << bit % 8));
         EXPECT_EQ(dongle_packet_frame(packet), nullptr) << bit;

@@ -4,9 +4,16 @@
 
 #include <cstdint>
 
-#include "ambe_frame.h"
+#include "ambe/ambe_frame.h"
+#include "ambe/golay.h"
 #include "dongle/golden_table.h"
-#include "golay.h"
+
+// The fields of a frame in the order in which they are numbered: b0..b8.
+inline constexpr int AmbeFrame::*frame_fields[] = {
+    &AmbeFrame::pitch_index,  &AmbeFrame::voicing_index, &AmbeFrame::gain_index,
+    &AmbeFrame::prba24_index, &AmbeFrame::prba58_index,  &AmbeFrame::hoc1_index,
+    &AmbeFrame::hoc2_index,   &AmbeFrame::hoc3_index,    &AmbeFrame::hoc4_index,
+};
 
 inline FrameOfBytes interleaved(const ChannelWords& words) {
     const std::uint32_t word[3] = {words.c0, words.c1, words.c2};

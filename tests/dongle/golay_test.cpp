@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "golay.h"
+#include "ambe/golay.h"
 
 #include <gtest/gtest.h>
 

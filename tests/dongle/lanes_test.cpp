@@ -1,45 +1,61 @@
 // SPDX-License-Identifier: MIT
-#include "lanes.h"
-
+// The functions over eight numbers, in every version. Each call gives all eight lanes numbers of their own.
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-namespace {
+#include "dongle/lanes_probe.h"
 
-using baseline::Floats;
-using baseline::Words;
+class Lanes : public testing::TestWithParam<const LanesProbe*> {
+  protected:
+    void SetUp() override {
+        if (GetParam() == &avx2::lanes_probe && !__builtin_cpu_supports("avx2")) GTEST_SKIP() << "no AVX2 here";
+    }
+    const LanesProbe& version() const { return *GetParam(); }
 
-float cosine_of(std::uint32_t phase) {
-    return baseline::cosine(baseline::splat(phase))[0];
-}
-float sine_of(std::uint32_t phase) {
-    return baseline::sine(baseline::splat(phase))[0];
-}
-float power_of(float x) {
-    return baseline::power_of_two(baseline::splat(x))[0];
-}
+    float power_of(float x) const {
+        const EightFloats exponents = {x, x, x, x, x, x, x, x};
+        EightFloats powers;
+        version().power_of_two(exponents, powers);
+        for (const float power : powers) EXPECT_EQ(power, powers[0]);
+        return powers[0];
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Versions, Lanes,
+                         testing::Values(&plain::lanes_probe, &portable::lanes_probe, &baseline::lanes_probe,
+                                         &avx2::lanes_probe),
+                         [](const auto& test) { return std::string(test.param->name); });
 
-}  // namespace
-
-TEST(Lanes, CosineAndSineAreThoseOfThePhase) {
-    for (std::uint64_t phase = 0; phase < 1ULL << 32; phase += 65521) {
-        const auto bits = static_cast<std::uint32_t>(phase);
-        const double angle = 2 * M_PI * static_cast<double>(bits) / 0x1p32;
-        ASSERT_NEAR(cosine_of(bits), std::cos(angle), 3e-7) << bits;
-        ASSERT_NEAR(sine_of(bits), std::sin(angle), 3e-7) << bits;
+TEST_P(Lanes, CosineAndSineAreThoseOfThePhase) {
+    for (std::uint64_t phase = 0; phase < 1ULL << 32; phase += 8 * 65521) {
+        EightWords phases;
+        for (std::uint32_t lane = 0; lane < 8; lane++) phases[lane] = static_cast<std::uint32_t>(phase) + lane * 65521;
+        EightFloats cosines;
+        EightFloats sines;
+        version().cosine(phases, cosines);
+        version().sine(phases, sines);
+        for (int lane = 0; lane < 8; lane++) {
+            const double angle = 2 * M_PI * static_cast<double>(phases[lane]) / 0x1p32;
+            ASSERT_NEAR(cosines[lane], std::cos(angle), 3e-7) << phases[lane];
+            ASSERT_NEAR(sines[lane], std::sin(angle), 3e-7) << phases[lane];
+        }
     }
 }
 
-TEST(Lanes, CosineAtTheQuarters) {
-    EXPECT_FLOAT_EQ(cosine_of(0), 1);
-    EXPECT_EQ(cosine_of(0x40000000), 0);
-    EXPECT_FLOAT_EQ(cosine_of(0x80000000), -1);
-    EXPECT_EQ(cosine_of(0xC0000000), 0);
-    EXPECT_EQ(sine_of(0), 0);
+TEST_P(Lanes, CosineAndSineAtTheQuarters) {
+    const EightWords phases = {0, 0x40000000, 0x80000000, 0xC0000000, 0, 0x40000000, 0x80000000, 0xC0000000};
+    const float expected[] = {1, 0, -1, 0, 1};
+    EightFloats cosines;
+    EightFloats sines;
+    version().cosine(phases, cosines);
+    version().sine(phases, sines);
+    for (int lane = 0; lane < 8; lane++) {
+        EXPECT_FLOAT_EQ(cosines[lane], expected[lane % 4]);
+        EXPECT_FLOAT_EQ(sines[lane], expected[(lane + 3) % 4]);
+    }
 }
 
-TEST(Lanes, PowerOfTwo) {
+TEST_P(Lanes, PowerOfTwo) {
     for (float x = -125.9F; x < 125.9F; x += 0.0137F)
         ASSERT_NEAR(static_cast<double>(power_of(x)) / std::exp2(static_cast<double>(x)), 1, 3e-7) << x;
     EXPECT_EQ(power_of(0), 1);
@@ -47,20 +63,71 @@ TEST(Lanes, PowerOfTwo) {
     EXPECT_EQ(power_of(-3), 0.125F);
 }
 
-TEST(Lanes, PowerOfTwoStaysFiniteOutsideItsRange) {
+TEST_P(Lanes, PowerOfTwoStaysFiniteOutsideItsRange) {
     EXPECT_EQ(power_of(1e9F), 0x1p126F);
     EXPECT_EQ(power_of(-1e9F), 0x1p-126F);
 }
 
-TEST(Lanes, SumIsThatOfAllEight) {
-    EXPECT_EQ(baseline::sum(Floats{1, 2, 4, 8, 16, 32, 64, 128}), 255);
+TEST_P(Lanes, RootIsTheNearestNumber) {
+    for (float x = 1e-30F; x < 1e30F; x *= 1.37F) {
+        EightFloats squares;
+        EightFloats roots;
+        for (int lane = 0; lane < 8; lane++) squares[lane] = x * static_cast<float>(1 + lane);
+        version().sqrt(squares, roots);
+        for (int lane = 0; lane < 8; lane++)
+            ASSERT_EQ(roots[lane], static_cast<float>(std::sqrt(static_cast<double>(squares[lane]))));
+    }
 }
 
-TEST(Lanes, SlotsBelowACount) {
+TEST_P(Lanes, SmallerAndLargerOfTwo) {
+    const EightFloats a = {1, -2, 3, -4, 5, 6, -7, 0};
+    const EightFloats b = {2, -3, 3, 4, -5, 7, -8, 1};
+    const float smaller[] = {1, -3, 3, -4, -5, 6, -8, 0};
+    const float larger[] = {2, -2, 3, 4, 5, 7, -7, 1};
+    EightFloats low;
+    EightFloats high;
+    version().min(a, b, low);
+    version().max(a, b, high);
+    for (int lane = 0; lane < 8; lane++) {
+        EXPECT_EQ(low[lane], smaller[lane]) << lane;
+        EXPECT_EQ(high[lane], larger[lane]) << lane;
+    }
+}
+
+TEST_P(Lanes, MaskSelectsLaneByLane) {
+    const EightFloats a = {1, 2, 3, 4, 5, 6, 7, 8};
+    const EightFloats b = {-1, -2, -3, -4, -5, -6, -7, -8};
+    const EightWords mask = {~0U, 0, 0, ~0U, 0, ~0U, ~0U, 0};
+    EightFloats selected;
+    version().select(mask, a, b, selected);
+    for (int lane = 0; lane < 8; lane++) EXPECT_EQ(selected[lane], mask[lane] != 0 ? a[lane] : b[lane]) << lane;
+}
+
+TEST_P(Lanes, ShuffleTakesLanesOfBoth) {
+    const EightFloats a = {0, 1, 2, 3, 4, 5, 6, 7};
+    const EightFloats b = {8, 9, 10, 11, 12, 13, 14, 15};
+    EightFloats even;
+    version().even_lanes(a, b, even);
+    for (int lane = 0; lane < 8; lane++) EXPECT_EQ(even[lane], static_cast<float>(2 * lane)) << lane;
+}
+
+TEST_P(Lanes, SumIsThatOfAllEight) {
+    EXPECT_EQ(version().sum({1, 2, 4, 8, 16, 32, 64, 128}), 255);
+}
+
+TEST_P(Lanes, SumIsInTheOrderThatAllVersionsHave) {
+    // ((0 + 4) + (2 + 6)) + ((1 + 5) + (3 + 7)): 2^26 swallows a 1 or 2 beside it and is gone before the others come.
+    EXPECT_EQ(version().sum({0x1p26F, 1, 1, 1, -0x1p26F, 1, 1, 1}), 6);
+    EXPECT_EQ(version().sum({0x1p26F, 1, -0x1p26F, 1, 1, 1, 1, 1}), 4);
+    EXPECT_EQ(version().sum({0x1p26F, -0x1p26F, 1, 1, 1, 1, 1, 1}), 0);
+}
+
+TEST_P(Lanes, MaskBelowACount) {
     for (int count = 0; count <= 24; count++)
-        for (int first = 0; first < 24; first += baseline::lane_count) {
-            const Words mask = baseline::slots_below(first, count);
-            for (int lane = 0; lane < baseline::lane_count; lane++)
+        for (int first = 0; first < 24; first += 8) {
+            EightWords mask;
+            version().mask_below(first, count, mask);
+            for (int lane = 0; lane < 8; lane++)
                 ASSERT_EQ(mask[lane], first + lane < count ? ~0U : 0U) << first << " " << count;
         }
 }

@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: MIT
-#include "pcm_output.h"
+#include "synthesis/pcm_output.h"
 
 #include <gtest/gtest.h>
 
 #include <utility>
 #include <vector>
 
-#include "dongle/arithmetic_versions.h"
+#include "dongle/decoder_versions.h"
 
-class PcmOutput : public ArithmeticVersions {
+class PcmOutput : public DecoderVersions {
   protected:
     // The sample for one value of speech and one of a tone, the same at every place of the block.
     int sample_of(float speech, float tone) {
-        const std::vector<float> all_speech(synthesis_samples, speech);
-        const std::vector<float> all_tone(synthesis_samples, tone);
-        std::int16_t samples[synthesis_samples];
-        version().pcm_output(all_speech.data(), all_tone.data(), samples);
+        std::vector<float> all_speech(frame_samples, speech);
+        std::vector<float> all_tone(frame_samples, tone);
+        PcmBlock samples;
+        version().pcm_output(block_at(all_speech, 0), block_at(all_tone, 0), samples);
         for (const std::int16_t sample : samples) EXPECT_EQ(sample, samples[0]);
         return samples[0];
     }

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+// The row of one version of the decoder.
+#include "lanes/version_functions.h"
+
+#define NAME_OF(version) #version
+#define QUOTED(version) NAME_OF(version)
+
+namespace DECODER_VERSION {
+
+extern const DecoderVersion decoder_version;
+
+const DecoderVersion decoder_version = {
+    QUOTED(DECODER_VERSION), ambe_model_decode, harmonics_enhance, mbe_synthesis_start,
+    mbe_synthesize,          tone_samples,      pcm_output,        noise_words,
+    noise_samples,           transform_forward, transform_back,
+};
+
+}  // namespace DECODER_VERSION
