@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Blocks of a codec stream: filled and handed on, or pulled in and given out. Runs of bytes are copied at once; every
-// callback happens at the same byte as if they came one by one.
+// Blocks of a codec stream: filled and handed on, or fetched and given out. Runs of bytes are copied at once; every
+// callback happens at the same byte as if the bytes came one by one.
 #include "codec/codec_stream.h"
 
 #include <algorithm>
@@ -52,7 +52,7 @@ CodecStream* give_up(CodecStream* stream) {
     return nullptr;
 }
 
-// A result as the 16-bit count that the record holds, cut to the bytes that OBUFF has.
+// An operation's result, cut to the 16-bit count that the record holds and to the bytes that OBUFF has.
 std::int16_t output_bytes(const CodecStream& stream, std::uint32_t result) {
     return std::min(static_cast<std::int16_t>(result), output_room(stream));
 }
@@ -77,7 +77,7 @@ void start_block(CodecStream& stream) {
 
 // Gets the next block and decodes it. Returns what the callback returned: 0 is the end, negative an error. A block may
 // decode to nothing; bytes_left is then 0.
-int pull_block(CodecStream& stream) {
+int fetch_block(CodecStream& stream) {
     const int result = stream.io(stream.io_context, stream.ibuff, stream.ibuff_bytes);
     // A callback that claims more than it was asked for has given what IBUFF holds.
     stream.last_read = static_cast<std::int16_t>(std::clamp<int>(result, INT16_MIN, stream.ibuff_bytes));
@@ -130,12 +130,12 @@ int codec_stream_read(CodecStream* stream, std::uint8_t* buffer, int count) {
     int delivered = 0;
     while (delivered < count) {
         if (stream->bytes_left <= 0) {
-            const int pulled = pull_block(*stream);
-            if (pulled < 0) {
+            const int fetched = fetch_block(*stream);
+            if (fetched < 0) {
                 std::fputs("I/O error during READ DATA !\n", stderr);
                 return -1;
             }
-            if (pulled == 0) break;
+            if (fetched == 0) break;
             if (stream->bytes_left <= 0) continue;
         }
         const int run = std::min<int>(count - delivered, stream->bytes_left);

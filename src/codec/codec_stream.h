@@ -2,8 +2,8 @@
 // One encoder or decoder: bytes of one wave format in, bytes of another out, a block at a time.
 //
 // A stream has an input buffer of one block (IBUFF) and, unless its codec passes bytes through, an output buffer
-// (OBUFF). It meets the outside through one callback. Encoding, the stream is written to and hands finished blocks to
-// the callback; decoding, it is read from and pulls raw blocks through the callback.
+// (OBUFF). One callback connects it to the outside: an encoder is written to and hands finished blocks to the callback;
+// a decoder is read from and fetches raw blocks through it.
 //
 // A stream lives until the process ends: nothing closes or flushes it. Kept: the bytes that wait in IBUFF at the end, a
 // whole last block included, are never handed on. One thread uses a stream.
@@ -54,7 +54,7 @@ struct CodecStream {
 // the choice is theirs.
 //
 // Prints the codec's line, "CODEC '%s' for %d channels at %ld Hz with %d bits per sample.\n", on standard output.
-// Returns the stream, the caller's for good, or null:
+// Returns the stream, which is never released, or null:
 //   without a message, nothing printed   no codec has the tag, or a buffer for `block_bytes` would not fit 16 bits
 //   after a message on standard error    memory ran out; a private block that the codec has taken by then stays taken
 //
@@ -66,7 +66,7 @@ CodecStream* codec_stream_create(std::uint32_t tag, int mode, const PcmFormat* f
 // after it arrives, not before. What the callback returns is ignored.
 void codec_stream_write(CodecStream* stream, const std::uint8_t* bytes, int count);
 
-// Reads `count` bytes from a decoding stream into `buffer`, calling for as many blocks as that takes. Returns `count`;
-// fewer at the end; 0 when `count` is 0 or less; -1, after "I/O error during READ DATA !\n" on standard error, when the
-// callback fails, whatever was put into `buffer` by then.
+// Not called by the program. Reads `count` bytes from a decoding stream into `buffer`, calling for as many blocks as
+// that takes. Returns `count`; fewer at the end; 0 when `count` is 0 or less; -1, after "I/O error during READ DATA
+// !\n" on standard error, when the callback fails, whatever was put into `buffer` by then.
 int codec_stream_read(CodecStream* stream, std::uint8_t* buffer, int count);

@@ -25,7 +25,7 @@ struct G711State {
 int g711_alaw_init(CodecStream& stream, int mode);
 int g711_ulaw_init(CodecStream& stream, int mode);
 
-// One sample, coded and expanded with the u-law maps. A u-law init must have built them; before that every sample is
-// coded as 0xFF and every code expands to 0.
+// Not called by the program. One sample, coded and expanded with the u-law maps. A u-law init must have built them;
+// before that every sample is coded as 0xFF and every code expands to 0.
 std::uint8_t g711_ulaw_encode_sample(std::int16_t sample);
 std::int16_t g711_ulaw_decode_sample(std::uint8_t code);

@@ -44,8 +44,8 @@ void decode_frame(gsm state, const std::uint8_t* in, std::size_t count, std::uin
     std::memcpy(out, samples, sizeof samples);
 }
 
-// Decodes the two frames of a block, whatever `count` says; returns 640. One frame and 320 when libgsm's option for
-// WAVE files has been switched off.
+// Decodes the two frames of a block, whatever `count` says; returns 640. When libgsm's option for WAVE files has been
+// switched off, decodes one frame and returns 320.
 std::uint32_t gsm0610_decode(CodecStream& stream, const std::uint8_t* in, std::uint8_t* out, std::uint32_t /*count*/) {
     gsm state = state_of(stream);
     decode_frame(state, in, second_frame_offset, out);
@@ -55,8 +55,8 @@ std::uint32_t gsm0610_decode(CodecStream& stream, const std::uint8_t* in, std::u
 }
 
 // Kept: one frame a call, from the first 160 samples of the block, so that 32 and 33 bytes are coded in turn, both at
-// the start of `out`. Kept: returns `count`, so the stream hands on 640 bytes. `out` has room for 65; those that follow
-// the codes are cleared, the half byte included that libgsm keeps for the second frame.
+// the start of `out`. Kept: returns `count`, so the stream hands on 640 bytes. Clears the rest of the 65 bytes after
+// the codes, the half byte included that libgsm writes early for the second frame.
 std::uint32_t gsm0610_encode(CodecStream& stream, const std::uint8_t* in, std::uint8_t* out, std::uint32_t count) {
     gsm state = state_of(stream);
     gsm_signal samples[frame_samples];

@@ -71,7 +71,8 @@ constexpr std::array<StepRow, step_sizes.size()> follow_index_steps() {
     return next;
 }
 
-// The step index after each step index and code: index_steps, kept inside step_sizes. The next sample waits for it.
+// The step index that follows each step index and code, kept inside step_sizes. The next sample waits for it, and a
+// look-up is the shortest way there.
 constexpr std::array<StepRow, step_sizes.size()> next_step_index = follow_index_steps();
 
 ImaAdpcmState& state_of(CodecStream& stream) {
@@ -87,7 +88,8 @@ void store_coder(ImaAdpcmState& state, const Coder& coder) {
     state.step_index = static_cast<std::uint16_t>(coder.step_index);
 }
 
-// What runs once a sample is kept in line: through memory, the state would make the next sample wait.
+// The functions that run once a sample are always inlined, which keeps the state in registers: through memory, the next
+// sample would have to wait for it.
 
 // Moves the predictor by the difference that the code stands for, the step index by the code's row.
 [[gnu::always_inline]] inline void advance(Coder& coder, unsigned code, int difference) {
@@ -112,8 +114,8 @@ Coder coder_of_header(const std::uint8_t* header) {
     return static_cast<std::int16_t>(coder.predictor);
 }
 
-// Takes from `rest` the part of the step that a bit of the code stands for, if it reaches it; returns the bit. Without
-// a branch: which way it goes is as good as chance.
+// Subtracts `part` from `rest` when `rest` reaches it. Returns the code's bit: 1 when it did, else 0. There is no
+// branch, because the processor could only guess which way it goes.
 [[gnu::always_inline]] inline unsigned take_part(int& rest, int part) {
     const int beyond = rest - part;
     rest = beyond < 0 ? rest : beyond;

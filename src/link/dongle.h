@@ -20,7 +20,7 @@ extern "C" {
 
 // clang-format off
 constexpr int ambe_frame_bytes       = 12;    // as recorded: nine bytes of voice, three of slow data
-constexpr int ambe_packet_bytes      = 48;    // what ambe_send builds and dongle_send takes; its layout is the library's
+constexpr int ambe_packet_bytes      = 48;    // what ambe_send builds and dongle_send takes; laid out by the library
 constexpr int ambe_packet_type       = 5;     // the vocoder's request, and the packet that answers it
 constexpr int pcm_block_bytes        = 320;   // 160 samples
 constexpr int pcm_block_type         = 4;

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int console_mode = 1;
 
-termios saved_state;  // whole before either flag below is set: a signal handler reads it
+termios saved_state;  // a signal handler reads it: complete before terminal_is_raw is set
 termios raw_state;
 bool has_saved_state;
 bool put_back_failed;  // the terminal is then still raw, and saved_state what it was before
@@ -35,8 +35,8 @@ int get_console_state(termios* state, bool* terminal) {
     return result;
 }
 
-// Without a saved state the record is all zero, speed 0 included, and no terminal wants that: it is asked, not touched.
-// One that cannot even be asked cannot be restored either.
+// Without a saved state the record is all zero, speed 0 included, which no terminal wants. This then only asks the
+// terminal for its state and changes nothing; a terminal that cannot be asked counts as one that cannot be restored.
 int put_saved_state_back() {
     if (has_saved_state) return TIO_Sstate(STDIN_FILENO, &saved_state);
     termios unused;
@@ -55,7 +55,7 @@ int kb_raw_on() {
     raw_state = found;
     tio_raw_mode(&raw_state, console_mode);
     std::atomic_signal_fence(std::memory_order_seq_cst);
-    terminal_is_raw = terminal;  // before it is, so that a signal in between puts it back
+    terminal_is_raw = terminal;  // set first, so that a signal in between puts the terminal back
     // Kept: the doubled verb.
     if (TIO_Sstate(STDIN_FILENO, &raw_state) < 0) return complain("KB: unable to get set new state !\n");
     return 0;

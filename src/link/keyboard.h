@@ -12,11 +12,12 @@
 // after one that failed it keeps the state saved before, and the next kb_raw_off puts that back.
 int kb_raw_on();
 
-// Puts the saved state back; when kb_raw_on never saved one the terminal is asked, not touched. Returns 0; -1 after
-// "KB: unable to restore state !\n" on standard error.
+// Puts the saved state back; when kb_raw_on never saved one, asks the terminal for its state and changes nothing.
+// Returns 0; -1 after "KB: unable to restore state !\n" on standard error.
 int kb_raw_off();
 
-// Asks without waiting for a key: 1 when one is there (or the end of input), 0 when not, -1 on error.
+// Looks, without waiting, whether a key can be read. Returns 1 when one can (or the end of input), 0 when not, -1 on
+// error.
 int kb_hit();
 
 // Waits for one key and returns it, 0 to 255; -1 at the end of input or on error.

@@ -21,7 +21,7 @@ constexpr int closed_line = -1;
 constexpr int last_error_bytes = 128;
 constexpr int timed_out_result = 1;
 
-// Raw mode, as the bits that the rest of the world sees.
+// The bits of raw mode.
 constexpr tcflag_t cooked_local_flags = ICANON | ECHO | ECHOE | ECHOK | ECHONL | ECHOCTL | ECHOPRT | ECHOKE;
 constexpr tcflag_t line_input_flags = IGNBRK | IGNPAR;
 constexpr tcflag_t console_input_flags = IGNPAR;
@@ -45,7 +45,7 @@ int rejected() {
     return -1;
 }
 
-// A descriptor that is no terminal has no state: wanted so, for plain files and pipes.
+// A descriptor that is no terminal (a plain file, a pipe) has no state and is accepted.
 bool is_no_terminal(int error) {
     return error == ENOTTY || error == EINVAL;
 }
@@ -58,7 +58,7 @@ int speed_code(const char* name) {
     return -1;
 }
 
-// The result of a setter: that of applying the state stays behind in the last-error text.
+// Returns the result of a setter, which is 0 also when the state could not be applied; only the text then tells.
 int apply_working_state() {
     TIO_Sstate(line, &working_state);
     return 0;
@@ -78,7 +78,7 @@ char first_character(const char* text) {
     return text == nullptr ? '\0' : text[0];
 }
 
-// The reason stands in the text unless the close has a failure of its own to tell; errno is that of the reason.
+// The text keeps the reason unless the close fails as well and writes its own; errno is that of the reason.
 int abandon_open(const char* reason) {
     const int reason_errno = errno;
     snprintf(last_error, sizeof last_error, "%s", reason);
@@ -119,9 +119,9 @@ int read_line(void* buffer, int length) {
 }
 
 int read_with_timeout(void* buffer, int length) {
-    // The jump puts the signal mask back too, or SIGALRM would stay blocked from the first time-out on. The point to
-    // jump to stands before the alarm is armed, so that no alarm can come too early and leave the read to wait.
-    // Kept: a time-out is told like one byte, and leaves the disposition of SIGALRM as it is.
+    // The jump restores the signal mask, or SIGALRM would stay blocked from the first time-out on. The point to jump to
+    // is set before the alarm is armed, so that an alarm that comes at once ends the read as well.
+    // Kept: a time-out returns 1, as one byte does, and leaves the disposition of SIGALRM as it is.
     if (sigsetjmp(timed_out, 1) != 0) return timed_out_result;
     arm_alarm();
     return read_line(buffer, length);
@@ -279,7 +279,7 @@ std::int16_t tio_timeout(std::int16_t seconds) {
 }
 
 int tio_peek(int descriptor) {
-    // Neither may ever get into a set.
+    // A set of select has no room for either.
     if (descriptor < 0) return 0;
     if (descriptor >= FD_SETSIZE) return rejected();
 

@@ -58,19 +58,22 @@ int TIO_Sstate(int descriptor, const termios* state);
 // still goes out as CR LF, signals stay enabled. Applies nothing. Always returns 0.
 int tio_raw_mode(termios* state, int console);
 
-// The setters. Each edits the working state, then applies it to the line when one is open.
-// Return 0, also when the state could not be applied (only the text then tells); -1 with errno EINVAL when the argument
-// is none of those listed, null included: nothing is applied then, and only tio_databits has changed anything.
+// The setters, of which tio_open calls the first two and the program no other. Each edits the working state, then
+// applies it to the line when one is open. Return 0, also when the state could not be applied (only the text then
+// tells); -1 with errno EINVAL when the argument is none of those listed, null included: nothing is applied then, and
+// only tio_databits has changed anything.
 int tio_flow(int on);                // RTS/CTS hardware flow control: 0 or 1
 int tio_local(int on);               // 1 ignores the modem control lines, 0 heeds them
 int tio_parity(const char* parity);  // first character N, E or O, of either case
 int tio_stopbits(const char* bits);  // first character 1 or 2
 int tio_databits(const char* bits);  // first character 5 to 8; 5 gives six bits; another leaves the size cleared
 
-// Sends a break of the system's usual length. Returns 0, also when no line is open; -1 on failure, with a text.
+// Not called by the program. Sends a break of the system's usual length. Returns 0, also when no line is open; -1 on
+// failure, with a text.
 int tio_break();
 
-// Sets the time-out of tio_read in seconds, 0 or less for none. Returns the one before.
+// Not called by the program, so that its reads never block. Sets the time-out of tio_read in seconds, 0 or less for
+// none. Returns the one before.
 std::int16_t tio_timeout(std::int16_t seconds);
 
 // Asks without waiting whether `descriptor` has input. Returns 1 when it has (its end or a hang-up included), 0 when
@@ -78,8 +81,9 @@ std::int16_t tio_timeout(std::int16_t seconds);
 // cannot be asked: -1 with errno EINVAL.
 int tio_peek(int descriptor);
 
-// The text of the layer's last failure, cut to 127 characters; empty before the first one. Later failures overwrite it.
+// Not called by the program. The text of the layer's last failure, cut to 127 characters; empty before the first one.
+// Later failures overwrite it.
 const char* tio_last_error();
 
-// The working state, for diagnosis: what the next setter edits and applies.
+// Not called by the program. The working state, for diagnosis: what the next setter edits and applies.
 const termios* tio_working_state();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The console of a run: raw mode from console_enter to console_leave, and the rescue of the terminal when a signal comes
-// in between.
+// The console of a run: raw mode from console_enter to console_leave, and the rescue of the terminal when a signal
+// comes in between.
 //
 // Guarded are the signals that end a program from outside: hang-up, interrupt, quit, a broken pipe, termination, a
 // limit of processor time or file size. The terminal is put back first; then the process dies of the signal it was

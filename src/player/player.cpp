@@ -20,7 +20,7 @@ constexpr PcmFormat decoded_format = {.channels = 1, .bits_per_sample = 16, .sam
 
 void open_missing_standard_streams() {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; descriptor++) {
-        // The lowest free descriptor is taken, and those below are open by now.
+        // open takes the lowest free descriptor, which is this one: those below are open by now.
         if (fcntl(descriptor, F_GETFD) < 0) open("/dev/null", O_RDWR);
     }
 }

@@ -19,7 +19,8 @@ void open_missing_standard_streams();
 // Two lines on standard output: title and version, then whose program it is.
 void print_banner();
 
-// Creates the codec stream that encodes decoded blocks into the chosen format. Returns 0, or -1 with a message on standard error.
+// Creates the codec stream that encodes decoded blocks into the chosen format. Returns 0, or -1 with a message on
+// standard error.
 int player_start_codec(Player& player);
 
 // Chooses, formats and opens the audio device and prints its name. Returns 0; -1 when it cannot be had.

@@ -32,7 +32,7 @@ void set_format(Settings& settings, const char* option) {
 
 // Kept: the line shows neither -D nor the name "gsm".
 void usage() {
-    std::fflush(stdout);  // what was printed before stands before it, also where both streams share a file
+    std::fflush(stdout);  // so that the banner comes first also where both streams share a file
     std::fprintf(stderr, "Usage: quaver [-dvR] [-W [-Ffmt]] [-pport] [-sspeed] file\n");
     std::exit(1);
 }

@@ -9,7 +9,7 @@ namespace {
 constexpr int header_bytes = 10;
 constexpr char dvtool_magic[] = "DVTOOL";  // the terminating zero is part of it
 constexpr std::size_t frame_offset = 15;   // of the AMBE frame in a record
-// A stale length of 0 at the end of a file yields frames without end; so many end it.
+// A stale length of 0 at the end of a file would yield frames without end; after so many the file counts as ended.
 constexpr std::uint32_t frames_without_input_limit = 65536;
 
 constexpr std::array<std::uint8_t, 256> reversed_bytes = [] {
@@ -36,8 +36,8 @@ struct RecordLength {
     bool read;  // at least one of its bytes came from the file
 };
 
-// Kept: a byte that cannot be read leaves the buffer's previous byte as part of the length; the second is not tried
-// when the first fails.
+// Kept: a byte that cannot be read leaves the buffer's previous byte as part of the length; when the first cannot be
+// read, the second is not tried.
 RecordLength read_length(VoiceRecording& recording) {
     std::uint8_t* const buffer = recording.buffer;
     const bool read = read_byte(recording.file, buffer[0]);

@@ -13,8 +13,8 @@
 //          │ (not read)   │ the AMBE frame │ (any) │  lengths are 16 bits, low byte first
 //          └──────────────┴────────────────┴───────┘
 //
-// One buffer serves header, lengths, records and raw frames, each from its first byte on. What a short record or a
-// length that cannot be read does not overwrite keeps its place and is used again.
+// One buffer holds the header, then each length, record or raw frame in turn, always from its first byte on. Bytes that
+// a short record or an unreadable length does not overwrite stay there and are used again.
 #pragma once
 
 #include <cstdint>

@@ -15,6 +15,6 @@ constexpr std::uint32_t fourcc_reversed(std::uint32_t code) {
     return code << 24 | (code & 0xFF00) << 8 | (code >> 8 & 0xFF00) | code >> 24;
 }
 
-// The four characters, then a terminating zero. The text is one static buffer: the next call overwrites it, so two
-// results never stand in one printf. Bytes are taken as they are, unprintable ones included.
+// Not called by the program. The four characters, then a terminating zero. The text is one static buffer: the next call
+// overwrites it, so two results never stand in one printf. Bytes are taken as they are, unprintable ones included.
 const char* fourcc_text(std::uint32_t code);

@@ -13,7 +13,7 @@ constexpr std::size_t int_bytes = 4;                 // an identifier or a size 
 constexpr std::size_t first_buffer_bytes = 1 << 16;  // what a chunk's buffer begins with
 constexpr std::int64_t largest_chunk_bytes = std::numeric_limits<std::int32_t>::max();
 
-// Identifiers and sizes share one signed width in the file and are held in 64 bits.
+// Identifiers and sizes are signed 32-bit values in the file and 64-bit values in memory.
 std::uint64_t sign_extended(std::uint32_t value) {
     return static_cast<std::uint64_t>(std::int64_t{static_cast<std::int32_t>(value)});
 }
@@ -22,8 +22,9 @@ int skip_body(RiffFile* file, const ChunkHeader& header) {
     return riff_skip(file, static_cast<std::int64_t>(header.size));
 }
 
-// Walks to the next chunk of that name. Kept: the result of a skip is not looked at; a chunk that is cut off leaves the
-// file at its end, where the next header says so. Returns riff_read_chunk's last result: 1 stands behind the header.
+// Walks to the next chunk of that name. Returns riff_read_chunk's last result; after 1 the chunk's body comes next.
+// Kept: the result of a skip is ignored. A chunk that is cut off leaves the file at its end, and reading the next
+// header reports that.
 int find_chunk(RiffFile* file, std::uint32_t id, ChunkHeader* header) {
     for (;;) {
         const int status = riff_read_chunk(file, header);

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// RIFF chunk files: walking the chunks and reading what is in them. The program only writes; it calls this through
-// riff_open alone.
+// RIFF chunk files: walking the chunks and reading what is in them. The program only writes and calls none of this.
 //
 // A file comes from riff_open with form type 0. Failures are negative (no buffer), with the message on standard error
 // where it happens.

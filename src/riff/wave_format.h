@@ -30,11 +30,12 @@ int riff_write_format(RiffFile* file, WaveFormat* format);
 // hexadecimal digits. That text is one static buffer: the next unknown tag overwrites it.
 const char* wave_format_name(int tag);
 
-// Prints the record to standard output under "AUDIO information:"; `full` other than 0 adds the block size and the
-// extra bytes. Kept: when extra_bytes is not 0, the bytes shown are chunk_length - 18, not extra_bytes. The caller owes
-// chunk_length bytes at `format`, the record at least; a length below 18, or of 2^31 + 18 and more, shows none.
+// Not called by the program. Prints the record to standard output under "AUDIO information:"; `full` other than 0 adds
+// the block size and the extra bytes. Kept: when extra_bytes is not 0, the bytes shown are chunk_length - 18, not
+// extra_bytes. The caller owes chunk_length bytes at `format`, the record at least; a length below 18, or of 2^31 + 18
+// and more, shows none.
 void wave_dump_format(const WaveFormat* format, std::uint32_t chunk_length, int full);
 
-// Prints `count` bytes to standard output, sixteen a line: offset, hexadecimal, text. Only letters, digits and the
-// space stand for themselves in the text, all else is ".". A count of 0 or less prints nothing.
+// Not called by the program. Prints `count` bytes to standard output, sixteen a line: offset, hexadecimal, text. Only
+// letters, digits and the space stand for themselves in the text, all else is ".". A count of 0 or less prints nothing.
 void hex_dump(const std::uint8_t* bytes, int count);
