@@ -22,6 +22,12 @@ macro(quaver_find_package name package)
 endmacro()
 
 quaver_find_library(gsm gsm gsm.h libgsm1-dev)
+if(QUAVER_AUDIO STREQUAL "alsa")
+    # The headers alone are built with; that the library is looked for too keeps half an installation from passing.
+    quaver_find_library(asound asound alsa/asoundlib.h libasound2-dev)
+    add_library(asound_headers INTERFACE)
+    target_include_directories(asound_headers SYSTEM INTERFACE ${asound_INCLUDE_DIR})
+endif()
 if(BUILD_TESTING)
     quaver_find_package(GTest "libgtest-dev libgmock-dev")
     quaver_find_library(sndfile sndfile sndfile.h libsndfile1-dev)

@@ -1,18 +1,28 @@
 // SPDX-License-Identifier: MIT
-// The audio device layer of play mode, with stubs for devices.
+// The audio device layer of play mode: which device, its record, and device 0, which does nothing.
 #include "audio/audio.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "audio/sound_device.h"
+
 namespace {
 
 constexpr char device_name[] = "Linux Audio Test";
 constexpr std::uint32_t initial_count = 12;
 constexpr int decimal = 10;
+constexpr std::uint8_t silent_device = 0;
+
+bool verbose = false;
 
 static_assert(sizeof device_name <= sizeof(AudioControl::name));
+
+// No record at all is silent too.
+bool is_silent(const AudioControl* control) {
+    return control == nullptr || control->device == silent_device;
+}
 
 }  // namespace
 
@@ -38,20 +48,37 @@ AudioControl* audio_alloc(int device) {
     return control;
 }
 
-int audio_format(AudioControl*, int, long, int) {
+void audio_verbose(int level) {
+    verbose = level > 0;
+}
+
+int audio_format(AudioControl* control, int channels, long sample_rate, int bits_per_sample) {
+    if (!is_silent(control)) sound_format(*control, channels, sample_rate, bits_per_sample);
     return 0;
 }
 
-int audio_open(AudioControl*, int) {
+int audio_open(AudioControl* control, int) {
+    if (!is_silent(control)) sound_open(*control, verbose);
     return 0;
 }
 
-// Kept: the callback is not stored.
-int audio_start(AudioControl*, AudioPullCallback, void*) {
+// Kept: on the silent device the callback is not stored.
+int audio_start(AudioControl* control, AudioPullCallback callback, void* data) {
+    if (is_silent(control) || !sound_start(*control)) return 0;
+    return audio_attach(control, callback, data);
+}
+
+int audio_service(AudioControl* control) {
+    if (!is_silent(control)) sound_service(*control);
     return 0;
 }
 
-int audio_stop(AudioControl*) {
+int audio_stop(AudioControl* control) {
+    if (is_silent(control)) return 0;
+    sound_stop(*control);
+    control->attached = 0;
+    control->callback = nullptr;
+    control->callback_data = nullptr;
     return 0;
 }
 
@@ -64,6 +91,7 @@ int audio_attach(AudioControl* control, AudioPullCallback callback, void* data) 
 }
 
 int audio_free(AudioControl* control) {
+    if (!is_silent(control)) sound_close(*control);
     std::free(control->buffer);
     std::free(control);
     return 0;

@@ -47,6 +47,7 @@ int player_start_audio(Player& player) {
     player.audio = audio_alloc(device);
     if (player.audio == nullptr) return -1;
 
+    audio_verbose(player.settings.verbose_level);
     const PcmFormat& format = player.stream->output_format;
     audio_format(player.audio, format.channels, static_cast<long>(format.sample_rate), format.bits_per_sample);
     if (audio_open(player.audio, audio_mode_playback) < 0) return -1;

@@ -97,10 +97,11 @@ int play_start(Player& player, const char*) {
     return 0;
 }
 
-// A block that was not pulled yet is overwritten.
-void play_write(Player&, PcmBlock block) {
+// A block that was not pulled yet is overwritten: the silent device pulls none.
+void play_write(Player& player, PcmBlock block) {
     std::ranges::copy(block, waiting_block);
     block_ready = 1;
+    audio_service(player.audio);
 }
 
 void play_stop(Player& player) {

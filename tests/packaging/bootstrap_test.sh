@@ -25,7 +25,7 @@ run() { PATH=$tools "$tools/bash" "$bootstrap" "$@" >"$directory/out" 2>"$direct
 # Without apt: the list, status 1.
 run run
 [ $? -eq 1 ] || fail "no apt: status is not 1"
-for package in cmake g++ make libgsm1-dev; do
+for package in cmake g++ make libgsm1-dev libasound2-dev; do
     grep -qx "  $package" "$directory/err" || fail "no apt: $package is not listed"
 done
 [ ! -s "$directory/out" ] || fail "no apt: something on standard output"

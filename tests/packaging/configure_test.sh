@@ -25,6 +25,7 @@ names() {
 }
 
 names "libgsm1-dev" -Dgsm_LIBRARY= -DBUILD_TESTING=OFF
+names "libasound2-dev" -Dasound_INCLUDE_DIR= -DBUILD_TESTING=OFF
 names "libgtest-dev libgmock-dev" -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON
 names "libsndfile1-dev" -Dsndfile_INCLUDE_DIR=
 names "libbenchmark-dev" -DCMAKE_DISABLE_FIND_PACKAGE_benchmark=ON -DQUAVER_BENCH=ON -DBUILD_TESTING=OFF

@@ -228,10 +228,12 @@ void send_frame(File& file) {
 void deliver(File& file, const Answer& answer) {
     Bytes block = packet_bytes(answer.seed);
     block.resize(block_bytes);
-    if (file.program.walk.convert)
+    if (file.program.walk.convert) {
         stream_write(file, block);
-    else
-        file.program.unpulled = block;
+        return;
+    }
+    file.program.unpulled = block;
+    calls(file.program, "audio_service");
 }
 
 void run_table(File& file) {

@@ -132,6 +132,10 @@ int audio_detect(int report) {
     return surroundings().audio_device;
 }
 
+void audio_verbose(int level) {
+    surroundings().audio_verbose_level = level;
+}
+
 AudioControl* audio_alloc(int device) {
     traced("audio_alloc(" + std::to_string(device) + ")");
     return surroundings().audio_control;
@@ -152,6 +156,11 @@ int audio_start(AudioControl* control, AudioPullCallback callback, void* data) {
     const bool as_agreed = callback == pull_block && data == nullptr && control == surroundings().audio_control;
     traced(as_agreed ? "audio_start(pull_block, none)" : "audio_start of another kind");
     return surroundings().audio_start_result;
+}
+
+int audio_service(AudioControl* control) {
+    traced(control == surroundings().audio_control ? "audio_service" : "audio_service of another control");
+    return 0;
 }
 
 int audio_stop(AudioControl* control) {

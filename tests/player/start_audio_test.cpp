@@ -15,10 +15,11 @@ using Lines = std::vector<std::string>;
 struct AudioStart {
     int result = 0;
     Lines trace;
+    int verbose_level = -1;
 };
 
 // With an output format that differs in every number from the stream's own.
-AudioStart start_audio(int sound_device, Surroundings around) {
+AudioStart start_audio(int sound_device, Surroundings around, int verbose_level = 0) {
     AudioControl control = {};
     std::strcpy(control.name, "a device");
     around.audio_control = &control;
@@ -26,6 +27,7 @@ AudioStart start_audio(int sound_device, Surroundings around) {
     Player player;
     const StreamOwner owner{player};
     player.settings.sound_device = sound_device;
+    player.settings.verbose_level = verbose_level;
     const TracedRun run(around);
     player_start_codec(player);
     player.stream->output_format = {.channels = 2, .bits_per_sample = 8, .sample_rate = 44100};
@@ -34,6 +36,7 @@ AudioStart start_audio(int sound_device, Surroundings around) {
     start.result = player_start_audio(player);
     std::fflush(stdout);
     start.trace = surroundings().trace;
+    start.verbose_level = surroundings().audio_verbose_level;
     return start;
 }
 
@@ -65,6 +68,12 @@ TEST(StartAudioCalls, DeviceThatCannotBeOpenedEndsTheStartWithoutAWord) {
         EXPECT_EQ(start.result, -1);
         EXPECT_EQ(start.trace,
                   (Lines{"audio_alloc(0)", "audio_format(control, 2, 44100, 8)", "audio_open(control, 1)"}));
+    }
+}
+
+TEST(StartAudioCalls, LayerIsToldTheVerboseLevelBeforeTheDeviceIsOpened) {
+    for (const int level : {0, 1, 3}) {
+        EXPECT_EQ(start_audio(0, {.audio_open_result = -1}, level).verbose_level, level);
     }
 }
 

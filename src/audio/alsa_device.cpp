@@ -1,0 +1,356 @@
+// SPDX-License-Identifier: MIT
+// The devices that are heard, through ALSA's library: 1 is its "default", n from 2 on is the card n - 2.
+//
+// The device's queue paces the program. A block is written at once, then the program waits until the queue has room for
+// the next one: so a key is seen within a block's length, and whatever plays is at most one queue old. The device is
+// never in blocking mode but for the end of a drain, and every wait is bounded.
+#include <errno.h>
+#include <poll.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+#include "audio/alsa_library.h"
+#include "audio/device_trial.h"
+#include "audio/quiet_streams.h"
+#include "audio/sound_device.h"
+
+namespace {
+
+constexpr int first_card_device = 2;
+constexpr int sample_bits = 16;
+constexpr unsigned sample_bytes = 2;
+
+constexpr int open_timeout_ms = 5000;  // a sound server may have to be started first
+constexpr int patience_ms = 3000;      // how long a device may take no sample before it is given up
+constexpr int nap_ms = 10;
+constexpr int naps_of_patience = patience_ms / nap_ms;
+constexpr snd_pcm_sframes_t blocks_left_to_drain = 2;  // what the drain itself waits for
+
+// All zero when new. A null `pcm` is a device that is not heard, or not any more.
+struct AlsaDevice {
+    char name[sizeof "plughw:253"];
+    int channels;
+    long sample_rate;
+    int bits_per_sample;
+    snd_pcm_uframes_t block_frames;
+    snd_pcm_uframes_t queue_frames;   // how many may be queued
+    snd_pcm_uframes_t buffer_frames;  // the device's own buffer, which may be larger or smaller
+    bool verbose;
+    const AlsaLibrary* alsa;
+    snd_pcm_t* pcm;
+    QuietStreams quiet;
+};
+
+AlsaDevice* device_of(const AudioControl& control) {
+    return reinterpret_cast<AlsaDevice*>(control.buffer);
+}
+
+bool is_heard(const AlsaDevice* device) {
+    return device != nullptr && device->pcm != nullptr;
+}
+
+void nap() {
+    poll(nullptr, 0, nap_ms);
+}
+
+void report(const char* name, const char* step, const char* reason) {
+    std::fprintf(stderr, "MCI: no sound on '%s', %s: %s !\n", name, step, reason);
+}
+
+// --- opening
+
+// Device and period are negotiated; format, channels and rate are not, and need not be: "default" and "plughw" convert.
+int set_hardware(AlsaDevice& device, snd_pcm_hw_params_t* hardware) {
+    const AlsaLibrary& alsa = *device.alsa;
+    const auto channels = static_cast<unsigned>(device.channels);
+    const auto rate = static_cast<unsigned>(device.sample_rate);
+    snd_pcm_uframes_t period = device.block_frames;
+    snd_pcm_uframes_t buffer = device.queue_frames;
+    int error = alsa.snd_pcm_hw_params_any(device.pcm, hardware);
+    if (error >= 0) error = alsa.snd_pcm_hw_params_set_access(device.pcm, hardware, SND_PCM_ACCESS_RW_INTERLEAVED);
+    if (error >= 0) error = alsa.snd_pcm_hw_params_set_format(device.pcm, hardware, SND_PCM_FORMAT_S16_LE);
+    if (error >= 0) error = alsa.snd_pcm_hw_params_set_channels(device.pcm, hardware, channels);
+    if (error >= 0) error = alsa.snd_pcm_hw_params_set_rate(device.pcm, hardware, rate, 0);
+    if (error >= 0) error = alsa.snd_pcm_hw_params_set_period_size_near(device.pcm, hardware, &period, nullptr);
+    if (error >= 0) error = alsa.snd_pcm_hw_params_set_buffer_size_near(device.pcm, hardware, &buffer);
+    if (error >= 0) error = alsa.snd_pcm_hw_params(device.pcm, hardware);
+    if (error >= 0) error = alsa.snd_pcm_get_params(device.pcm, &device.buffer_frames, &period);
+    return error;
+}
+
+// Playing starts with half a queue, so that the first late block finds the other half's worth of time.
+int set_software(AlsaDevice& device, snd_pcm_sw_params_t* software) {
+    const AlsaLibrary& alsa = *device.alsa;
+    const snd_pcm_uframes_t room = device.buffer_frames - device.queue_frames + device.block_frames;
+    int error = alsa.snd_pcm_sw_params_current(device.pcm, software);
+    if (error >= 0) {
+        error = alsa.snd_pcm_sw_params_set_start_threshold(device.pcm, software, device.queue_frames / 2);
+    }
+    if (error >= 0) {
+        error = alsa.snd_pcm_sw_params_set_avail_min(device.pcm, software, std::min(room, device.buffer_frames));
+    }
+    if (error >= 0) error = alsa.snd_pcm_sw_params(device.pcm, software);
+    return error;
+}
+
+int set_parameters(AlsaDevice& device) {
+    const AlsaLibrary& alsa = *device.alsa;
+    snd_pcm_hw_params_t* hardware = nullptr;
+    int error = alsa.snd_pcm_hw_params_malloc(&hardware);
+    if (error < 0) return error;
+    error = set_hardware(device, hardware);
+    alsa.snd_pcm_hw_params_free(hardware);
+    if (error < 0) return error;
+
+    device.queue_frames = std::min(device.queue_frames, device.buffer_frames);
+    snd_pcm_sw_params_t* software = nullptr;
+    error = alsa.snd_pcm_sw_params_malloc(&software);
+    if (error < 0) return error;
+    error = set_software(device, software);
+    alsa.snd_pcm_sw_params_free(software);
+    return error;
+}
+
+void close_device(AlsaDevice& device) {
+    device.alsa->snd_pcm_close(device.pcm);
+    device.pcm = nullptr;
+}
+
+// Not blocking, so that a card which somebody else plays on is busy at once.
+DeviceFailure open_device(AlsaDevice& device) {
+    int error = device.alsa->snd_pcm_open(&device.pcm, device.name, SND_PCM_STREAM_PLAYBACK, SND_PCM_NONBLOCK);
+    if (error < 0) {
+        device.pcm = nullptr;
+        return {"open", error};
+    }
+    error = set_parameters(device);
+    if (error >= 0) return {};
+    close_device(device);
+    return {"set parameters", error};
+}
+
+DeviceFailure open_for_trial(void* device) {
+    return open_device(*static_cast<AlsaDevice*>(device));
+}
+
+DeviceFailure open_quietly(AlsaDevice& device) {
+    if (device.bits_per_sample != sample_bits || device.block_frames == 0) return {"set parameters", -EINVAL};
+    if (quiet_streams_open(device.quiet) < 0) return {"open", -errno};
+
+    quiet_streams_begin(device.quiet);
+    // Behind a plug-in stands a sound server, and one that hangs would hang the program with it.
+    DeviceFailure failure = device_trial(open_for_trial, &device, open_timeout_ms);
+    if (failure.error == 0) failure = open_device(device);
+    if (failure.error != 0) device.alsa->snd_config_update_free_global();
+    quiet_streams_end(device.quiet);
+    if (failure.error != 0) quiet_streams_close(device.quiet);
+    return failure;
+}
+
+// --- playing
+
+// From here on the run is as one with device 0.
+void give_up(AlsaDevice& device, const char* step, int error) {
+    close_device(device);
+    quiet_streams_end(device.quiet);
+    if (device.verbose) report(device.name, step, device.alsa->snd_strerror(error));
+    quiet_streams_begin(device.quiet);
+}
+
+int resume(AlsaDevice& device) {
+    int error = -EAGAIN;
+    for (int naps = 0; error == -EAGAIN && naps < naps_of_patience; naps++) {
+        error = device.alsa->snd_pcm_resume(device.pcm);
+        if (error == -EAGAIN) nap();  // the card is not back yet
+    }
+    return error;
+}
+
+// After a call that gave `error`: 0 when it may be made again, else why not.
+int recover(AlsaDevice& device, int error) {
+    switch (error) {
+        case 0:
+        case -EINTR: return 0;
+        case -ESTRPIPE:  // suspended
+            if (resume(device) == 0) return 0;
+            return device.alsa->snd_pcm_prepare(device.pcm);  // not every card resumes
+        case -EPIPE:                                          // underrun
+        case -EBADFD:                                         // in a state in which samples are not taken
+            return device.alsa->snd_pcm_prepare(device.pcm);
+        default: return error;
+    }
+}
+
+// Waits until the device says that it takes samples. 0, or why it never will.
+int wait_for_device(AlsaDevice& device) {
+    const int result = device.alsa->snd_pcm_wait(device.pcm, patience_ms);
+    if (result > 0) return 0;
+    return result == 0 ? -ETIMEDOUT : recover(device, result);
+}
+
+// Writes every sample of the block once. 0, or why the device takes no more.
+int write_block(AlsaDevice& device, const std::uint8_t* block) {
+    const std::size_t frame_bytes = audio_block_bytes / device.block_frames;
+    snd_pcm_uframes_t left = device.block_frames;
+    int error = 0;
+    for (int fruitless = 0; left > 0 && error == 0;) {
+        const snd_pcm_sframes_t result = device.alsa->snd_pcm_writei(device.pcm, block, left);
+        if (result > 0) {
+            block += static_cast<std::size_t>(result) * frame_bytes;
+            left -= static_cast<snd_pcm_uframes_t>(result);
+            fruitless = 0;
+            continue;
+        }
+        if (++fruitless > naps_of_patience) return result < 0 ? static_cast<int>(result) : -ETIMEDOUT;
+        if (fruitless > 1) nap();
+        const bool full = result == 0 || result == -EAGAIN;
+        error = full ? wait_for_device(device) : recover(device, static_cast<int>(result));
+    }
+    return error;
+}
+
+// How many frames wait to be played, or the device's error.
+snd_pcm_sframes_t queued_frames(AlsaDevice& device) {
+    const snd_pcm_sframes_t room = device.alsa->snd_pcm_avail(device.pcm);
+    return room < 0 ? room : static_cast<snd_pcm_sframes_t>(device.buffer_frames) - room;
+}
+
+// Waits until the queue takes another block whole. An underrun or a suspended card is left to the next write.
+int wait_for_room(AlsaDevice& device) {
+    const auto most = static_cast<snd_pcm_sframes_t>(device.queue_frames) -
+                      static_cast<snd_pcm_sframes_t>(std::min(device.queue_frames, device.block_frames));
+    for (int fruitless = 0; fruitless <= naps_of_patience; fruitless++) {
+        const snd_pcm_sframes_t queued = queued_frames(device);
+        if (queued == -EPIPE || queued == -ESTRPIPE) return 0;
+        if (queued < 0 && queued != -EINTR) return static_cast<int>(queued);
+        if (queued >= 0 && queued <= most) return 0;
+        if (fruitless > 0) nap();
+        const int error = wait_for_device(device);
+        if (error < 0) return error;
+    }
+    return -ETIMEDOUT;
+}
+
+// --- stopping
+
+// Waits until little is left of what is queued. 0, the device's error, or -ETIMEDOUT when it plays no further.
+int wait_for_end(AlsaDevice& device) {
+    const snd_pcm_sframes_t little = blocks_left_to_drain * static_cast<snd_pcm_sframes_t>(device.block_frames);
+    snd_pcm_sframes_t queued = queued_frames(device);
+    for (int still = 0; queued > little && still < naps_of_patience;) {
+        nap();
+        const snd_pcm_sframes_t before = queued;
+        queued = queued_frames(device);
+        still = queued < before ? 0 : still + 1;
+    }
+    if (queued < 0) return static_cast<int>(queued);
+    return queued <= little ? 0 : -ETIMEDOUT;
+}
+
+// A drain alone would do, were it not for sound servers that never answer one.
+int play_out(AlsaDevice& device) {
+    const AlsaLibrary& alsa = *device.alsa;
+    if (alsa.snd_pcm_state(device.pcm) == SND_PCM_STATE_PREPARED) {  // less than half a queue was written, or nothing
+        if (queued_frames(device) == 0) return 0;
+        alsa.snd_pcm_start(device.pcm);
+    }
+    const int error = wait_for_end(device);
+    if (error < 0) return error;
+
+    alsa.snd_pcm_nonblock(device.pcm, 0);
+    const int drained = alsa.snd_pcm_drain(device.pcm);
+    alsa.snd_pcm_nonblock(device.pcm, 1);
+    return drained;
+}
+
+// What a drain may give of a device that is there all the same: an underrun at the very end has played everything.
+bool is_passing(int error) {
+    return error == -EPIPE || error == -ESTRPIPE || error == -EBADFD || error == -EINTR || error == -EAGAIN;
+}
+
+int stop_playing(AlsaDevice& device) {
+    const int error = play_out(device);
+    if (error >= 0) return 0;
+    device.alsa->snd_pcm_drop(device.pcm);
+    return is_passing(error) ? device.alsa->snd_pcm_prepare(device.pcm) : error;
+}
+
+}  // namespace
+
+void sound_format(AudioControl& control, int channels, long sample_rate, int bits_per_sample) {
+    auto* device = static_cast<AlsaDevice*>(std::calloc(1, sizeof(AlsaDevice)));
+    if (device == nullptr) return;  // as a device that cannot be opened
+    std::free(control.buffer);
+    control.buffer = reinterpret_cast<std::uint8_t*>(device);
+
+    const int card = control.device - first_card_device;
+    std::snprintf(device->name, sizeof device->name, card < 0 ? "default" : "plughw:%d", card);
+    device->channels = channels;
+    device->sample_rate = sample_rate;
+    device->bits_per_sample = bits_per_sample;
+    if (channels > 0) device->block_frames = audio_block_bytes / (sample_bytes * static_cast<unsigned>(channels));
+    device->queue_frames = control.count * device->block_frames;
+    device->quiet = QuietStreams{};
+}
+
+void sound_open(AudioControl& control, bool verbose) {
+    AlsaDevice* device = device_of(control);
+    if (device == nullptr) {
+        if (verbose) std::fprintf(stderr, "MCI: out of memory for sound device !\n");
+        return;
+    }
+    device->verbose = verbose;
+
+    const char* reason = nullptr;
+    device->alsa = alsa_library(&reason);
+    if (device->alsa == nullptr) {
+        if (verbose) report(device->name, "load", reason);
+        return;
+    }
+    const DeviceFailure failure = open_quietly(*device);
+    if (failure.error != 0 && verbose) report(device->name, failure.step, device->alsa->snd_strerror(failure.error));
+}
+
+bool sound_start(AudioControl& control) {
+    AlsaDevice* device = device_of(control);
+    if (!is_heard(device)) return false;
+    quiet_streams_begin(device->quiet);
+    const int error = device->alsa->snd_pcm_prepare(device->pcm);
+    if (error < 0) give_up(*device, "prepare", error);
+    quiet_streams_end(device->quiet);
+    return is_heard(device);
+}
+
+void sound_service(AudioControl& control) {
+    AlsaDevice* device = device_of(control);
+    if (!is_heard(device)) return;
+    std::uint8_t block[audio_block_bytes];
+    control.callback(control.callback_data, block);
+
+    quiet_streams_begin(device->quiet);
+    int error = write_block(*device, block);
+    if (error == 0) error = wait_for_room(*device);
+    if (error < 0) give_up(*device, "play", error);
+    quiet_streams_end(device->quiet);
+}
+
+void sound_stop(AudioControl& control) {
+    AlsaDevice* device = device_of(control);
+    if (!is_heard(device)) return;
+    quiet_streams_begin(device->quiet);
+    const int error = stop_playing(*device);
+    if (error < 0) give_up(*device, "drain", error);
+    quiet_streams_end(device->quiet);
+}
+
+void sound_close(AudioControl& control) {
+    AlsaDevice* device = device_of(control);
+    if (device == nullptr || device->alsa == nullptr || device->quiet.null_device < 0) return;
+    quiet_streams_begin(device->quiet);
+    if (device->pcm != nullptr) close_device(*device);
+    device->alsa->snd_config_update_free_global();
+    quiet_streams_end(device->quiet);
+    quiet_streams_close(device->quiet);
+}
