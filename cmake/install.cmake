@@ -44,4 +44,5 @@ install(FILES packaging/udev/60-quaver.rules DESTINATION lib/udev/rules.d)
 install(FILES README.md packaging/debian/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES docs/architecture.md docs/software-dongle.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
 install(FILES samples/README.md samples/greeting.dvtool samples/counting.dvtool samples/greeting.ambe
+              samples/greeting_source.wav samples/counting_source.wav
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/samples)

@@ -18,7 +18,8 @@ check() {
 
 for file in bin/quaver share/man/man1/quaver.1.gz share/bash-completion/completions/quaver \
     lib/udev/rules.d/60-quaver.rules share/doc/quaver/README.md share/doc/quaver/copyright \
-    share/doc/quaver/docs/software-dongle.md share/doc/quaver/samples/greeting.dvtool; do
+    share/doc/quaver/docs/software-dongle.md share/doc/quaver/samples/greeting.dvtool \
+    share/doc/quaver/samples/greeting_source.wav; do
     check test -s "usr/$file"
 done
 check test "$(find usr -name 'libdongle-x86-64.so' -path '*/quaver/*' | wc -l)" -eq 1
