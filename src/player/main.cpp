@@ -16,7 +16,7 @@ constexpr int status_no_set_up = 255;
 
 int main(int argc, char** argv) {
     open_missing_standard_streams();
-    static Player player;
+    Player player;
     settings_read_environment(player.settings);
     int operand = settings_read_options(player.settings, argc, argv);
     const bool write_mode = player.settings.write_mode;

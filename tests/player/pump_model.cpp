@@ -1,6 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include "player/pump_model.h"
 
+void calls(PumpModel& program, const std::string& call) {
+    trace_call(program.outcome.trace, call);
+}
+void complains(PumpModel& program, const std::string& text) {
+    trace_text(program.outcome.trace, "stderr", text);
+}
+void prints(PumpModel& program, const std::string& text) {
+    program.unflushed += text;
+}
+void flushes(PumpModel& program) {
+    trace_text(program.outcome.trace, "stdout", program.unflushed);
+    program.unflushed.clear();
+}
+
 namespace {
 
 using Next = PumpRow::Next;
@@ -8,34 +22,7 @@ using Next = PumpRow::Next;
 constexpr std::size_t block_bytes = 320;
 constexpr std::size_t frame_bytes = 12;
 constexpr std::size_t frame_in_record = 15;
-constexpr std::size_t stream_block_bytes = 1024;
 constexpr int space = 32;
-
-// What of the model lives as long as the program.
-struct Program {
-    const Walk& walk;
-    const PumpTable& table;
-    WalkOutcome outcome = {};
-    std::string unflushed = {};  // of standard output
-    std::size_t polls_made = 0;
-    Bytes stream = {};    // bytes that wait in the codec stream
-    Bytes unpulled = {};  // the block that the audio layer has not taken, or none
-};
-
-void calls(Program& program, const std::string& call) {
-    trace_call(program.outcome.trace, call);
-}
-void complains(Program& program, const std::string& text) {
-    trace_text(program.outcome.trace, "stderr", text);
-}
-void prints(Program& program, const std::string& text) {
-    program.unflushed += text;
-}
-
-void flushes(Program& program) {
-    trace_text(program.outcome.trace, "stdout", program.unflushed);
-    program.unflushed.clear();
-}
 
 // The recording, read byte by byte into one buffer that is never cleared.
 struct Reader {
@@ -66,7 +53,7 @@ struct Reader {
 };
 
 struct File {
-    Program& program;
+    PumpModel& program;
     std::string input;
     std::string output;
     Reader reader;
@@ -76,43 +63,8 @@ struct File {
     Bytes data = {};  // of the "data" chunk
 };
 
-void append(Bytes& content, const std::string& text) {
-    content.insert(content.end(), text.begin(), text.end());
-}
-
-void append_number(Bytes& content, std::size_t value) {
-    for (int i = 0; i < 4; i++) content.push_back(static_cast<std::uint8_t>(value >> 8 * i & 255));
-}
-
-Bytes wave_file(const Bytes& data) {
-    Bytes content;
-    append(content, "RIFF");
-    append_number(content, data.empty() ? 36 : 44 + data.size());
-    append(content, "WAVEfmt ");
-    append_number(content, 16);
-    const Bytes format = bytes({1, 0, 1, 0, 0x40, 0x1F, 0, 0, 0x80, 0x3E, 0, 0, 2, 0, 16, 0});
-    content.insert(content.end(), format.begin(), format.end());
-    if (data.empty()) return content;
-    append(content, "data");
-    append_number(content, data.size());
-    content.insert(content.end(), data.begin(), data.end());
-    return content;
-}
-
-// A block goes on when the byte after it comes.
-void stream_write(File& file, const Bytes& block) {
-    Bytes& waiting = file.program.stream;
-    for (const std::uint8_t byte : block) {
-        if (waiting.size() == stream_block_bytes) {
-            file.data.insert(file.data.end(), waiting.begin(), waiting.end());
-            waiting.clear();
-        }
-        waiting.push_back(byte);
-    }
-}
-
 bool opens_recording(File& file) {
-    Program& program = file.program;
+    PumpModel& program = file.program;
     if (file.reader.file.size() < 10) {
         prints(program, ": SHORT FILE\n");
         calls(program, "fclose(" + file.input + ")");
@@ -134,7 +86,7 @@ bool opens_recording(File& file) {
 }
 
 bool creates_wave_file(File& file, RecordingFile::Kind kind) {
-    Program& program = file.program;
+    PumpModel& program = file.program;
     prints(program, " to '" + file.output + "': ");
     if (kind == RecordingFile::Kind::output_in_the_way) {
         calls(program, "fopen(" + file.output + ", wb) failed");
@@ -151,7 +103,7 @@ bool creates_wave_file(File& file, RecordingFile::Kind kind) {
 }
 
 bool starts_audio(File& file) {
-    Program& program = file.program;
+    PumpModel& program = file.program;
     prints(program, ": ");
     calls(program, "audio_start(pull_block, none)");
     if (program.walk.audio_start_result >= 0) return true;
@@ -161,7 +113,7 @@ bool starts_audio(File& file) {
 
 // False when the run is over.
 bool spin_and_read(File& file) {
-    Program& program = file.program;
+    PumpModel& program = file.program;
     const char* const faces[] = {"|\b", "/\b", "-\b", "\\\b"};
     prints(program, faces[file.spinner]);
     flushes(program);
@@ -197,13 +149,13 @@ const PumpRow& row_of(const PumpTable& table, const Answer& answer) {
     return table.other;
 }
 
-void pull(Program& program) {
+void pull(PumpModel& program) {
     const Bytes block = program.unpulled.empty() ? Bytes(block_bytes, 0) : program.unpulled;
     calls(program, "pulled 320: " + block_text(block.data()));
     program.unpulled.clear();
 }
 
-Answer receive(Program& program) {
+Answer receive(PumpModel& program) {
     Answer answer = {.length = -1, .keeps_type = true};
     std::size_t& given = program.outcome.answers_given;
     if (given < program.walk.answers.size()) answer = program.walk.answers[given++];
@@ -229,7 +181,7 @@ void deliver(File& file, const Answer& answer) {
     Bytes block = packet_bytes(answer.seed);
     block.resize(block_bytes);
     if (file.program.walk.convert) {
-        stream_write(file, block);
+        file.program.coder.write(block, file.data);
         return;
     }
     file.program.unpulled = block;
@@ -253,7 +205,7 @@ void run_table(File& file) {
 }
 
 void tear_down(File& file) {
-    Program& program = file.program;
+    PumpModel& program = file.program;
     calls(program, "tcsetattr as found");
     complains(program, "> Stopping Dongle.\n");
     calls(program, "dongle_run(0)");
@@ -268,7 +220,7 @@ void tear_down(File& file) {
 
 // The result of decode_file; what is in the WAVE file then.
 int decode(File& file, RecordingFile::Kind kind, Bytes& wave) {
-    Program& program = file.program;
+    PumpModel& program = file.program;
     const bool convert = program.walk.convert;
     prints(program, (convert ? "Converting file '" : "Playing file '") + file.input + "'");
     if (kind == RecordingFile::Kind::missing) {
@@ -285,7 +237,7 @@ int decode(File& file, RecordingFile::Kind kind, Bytes& wave) {
     calls(program, "tcsetattr raw");
     run_table(file);
     tear_down(file);
-    if (convert) wave = wave_file(file.data);
+    if (convert) wave = program.coder.wave_file(file.data);
     return 0;
 }
 
@@ -303,17 +255,20 @@ const PumpTable pump_table = {
 };
 // clang-format on
 
+void model_decode(PumpModel& program, const std::string& directory, std::size_t index) {
+    const RecordingFile& recording = program.walk.recordings[index];
+    File file = {.program = program,
+                 .input = recording_path(directory, index),
+                 .output = wave_path(directory, index),
+                 .reader = {.file = recording.content}};
+    program.outcome.wave_files.resize(program.walk.recordings.size());
+    program.outcome.results.push_back(decode(file, recording.kind, program.outcome.wave_files[index]));
+}
+
 WalkOutcome walk_model(const Walk& walk, const std::string& directory, const PumpTable& table) {
-    Program program = {.walk = walk, .table = table};
+    PumpModel program(walk, table);
     for (std::size_t i = 0; i < walk.recordings.size(); i++) {
-        const RecordingFile& recording = walk.recordings[i];
-        File file = {.program = program,
-                     .input = recording_path(directory, i),
-                     .output = wave_path(directory, i),
-                     .reader = {.file = recording.content}};
-        Bytes wave;
-        program.outcome.results.push_back(decode(file, recording.kind, wave));
-        program.outcome.wave_files.push_back(wave);
+        model_decode(program, directory, i);
         flushes(program);
     }
     return program.outcome;

@@ -7,98 +7,12 @@
 #include <random>
 
 #include "player/pump_model.h"
+#include "player/random_walk.h"
 
 namespace {
 
 constexpr std::size_t events_to_walk = 120000;
 constexpr std::uint32_t walk_seed = 20260117;
-
-struct Dice {
-    std::mt19937 engine;
-
-    // From 0 to sides - 1, the same on every machine.
-    int roll(int sides) { return static_cast<int>(engine() % static_cast<std::uint32_t>(sides)); }
-    bool one_in(int count) { return roll(count) == 0; }
-    std::uint8_t byte() { return static_cast<std::uint8_t>(roll(256)); }
-};
-
-Bytes random_bytes(Dice& dice, int count) {
-    Bytes content;
-    for (int i = 0; i < count; i++) content.push_back(dice.byte());
-    return content;
-}
-
-Bytes random_dvtool(Dice& dice) {
-    Bytes content = bytes({'D', 'V', 'T', 'O', 'O', 'L', 0});
-    const auto add = [&](const Bytes& more) { content.insert(content.end(), more.begin(), more.end()); };
-    add(random_bytes(dice, 3));
-    const int records = 1 + dice.roll(60);
-    for (int i = 0; i < records; i++) {
-        const int length = dice.one_in(8) ? 0 : dice.one_in(40) ? dice.roll(2000) : dice.roll(60);
-        add({static_cast<std::uint8_t>(length % 256), static_cast<std::uint8_t>(length / 256)});
-        add(random_bytes(dice, length));
-    }
-    if (dice.one_in(2)) content.resize(content.size() - std::min<std::size_t>(content.size(), dice.roll(30)));
-    return content;
-}
-
-RecordingFile random_recording(Dice& dice) {
-    if (dice.one_in(40)) return {.kind = RecordingFile::Kind::missing};
-    if (dice.one_in(40)) return {.content = random_bytes(dice, dice.roll(12))};
-    RecordingFile recording;
-    recording.content = dice.one_in(2) ? random_dvtool(dice) : random_bytes(dice, dice.roll(2400));
-    if (dice.one_in(40)) recording.kind = RecordingFile::Kind::output_in_the_way;
-    return recording;
-}
-
-// A packet that the table does not name; often one that is nearly another.
-Answer unknown_answer(Dice& dice) {
-    switch (dice.roll(7)) {
-        case 0: return {.length = 48, .type = dice.one_in(2) ? 4 : 0};
-        case 1: return {.length = 320, .type = dice.one_in(2) ? 5 : 0};
-        case 2: return {.length = 34, .type = dice.one_in(2) ? 4 : -1};
-        case 3: return {.length = dice.one_in(2) ? 48 : 320, .keeps_type = true};
-        case 4: return {.length = 47 + 2 * dice.roll(2), .type = 5};
-        case 5: return {.length = 319 + 2 * dice.roll(2), .type = 4};
-        default: return {.length = dice.one_in(20) ? 2147483647 : 1 + dice.roll(400), .type = dice.roll(12) - 3};
-    }
-}
-
-Answer random_answer(Dice& dice) {
-    const int percent = dice.roll(100);
-    if (percent < 40) return {.length = 48, .type = 5};
-    if (percent < 70) return {.length = 320, .type = 4};
-    if (percent < 84) return {.length = 0, .type = dice.roll(7)};
-    if (dice.one_in(25)) return {.length = dice.one_in(2) ? -1 : -2147483647 - 1, .type = dice.roll(7)};
-    if (dice.one_in(25)) return {.length = 34, .type = 1};
-    return unknown_answer(dice);
-}
-
-Poll random_poll(Dice& dice) {
-    if (!dice.one_in(10)) return {};
-    if (dice.one_in(5)) return {.result = -1};
-    if (dice.one_in(20)) return {.result = 1, .key = ' '};
-    if (dice.one_in(4)) return {.result = 1, .key = dice.one_in(2) ? end_of_input : failed_read};
-    const int key = dice.roll(256);
-    return {.result = 1, .key = key == ' ' ? 'x' : key};
-}
-
-Walk random_walk(Dice& dice) {
-    Walk walk;
-    walk.convert = !dice.one_in(3);
-    walk.reverse_bits = dice.one_in(2);
-    const int recordings = 1 + dice.roll(4);
-    for (int i = 0; i < recordings; i++) walk.recordings.push_back(random_recording(dice));
-    const int answers = dice.roll(400);
-    for (int i = 0; i < answers; i++) {
-        Answer answer = random_answer(dice);
-        answer.seed = dice.byte();
-        answer.pulls = !walk.convert && dice.one_in(3) ? 1 + dice.roll(2) : 0;
-        walk.answers.push_back(answer);
-        walk.polls.push_back(random_poll(dice));
-    }
-    return walk;
-}
 
 Walk with_answers(Walk walk, std::size_t count) {
     walk.answers.resize(count);
@@ -143,7 +57,7 @@ Shrunk shortest_difference(const Walk& walk, const std::string& directory, const
 TEST(RandomWalk, PumpDoesWhatTheModelOfItsTableDoes) {
     const TempDir dir;
     const std::string directory = dir / "walk";
-    Dice dice = {.engine = std::mt19937(walk_seed)};
+    Dice dice = {std::mt19937(walk_seed)};
     std::size_t events = 0;
     int walks = 0;
     for (; events < events_to_walk; walks++) {

@@ -45,7 +45,7 @@ void dongle_debug(int level) {
 
 int dongle_init(const char* port, long speed) {
     traced("dongle_init(" + std::string(port) + ", " + std::to_string(speed) + ")");
-    return 0;
+    return surroundings().dongle_init_result;
 }
 
 void dongle_hello() {

@@ -39,6 +39,7 @@ struct Surroundings {
     AudioControl* audio_control = nullptr;  // of audio_alloc, and the one that the other operations may be given
     int audio_verbose_level = -1;  // that the layer was told
     int audio_open_result = 0;
+    int dongle_init_result = 0;
     int audio_start_result = 0;
     int failing_fopen = 0;             // its number, 1 being the first; 0: none is made to fail
     int output_room = unlimited_room;  // bytes that a WAVE file takes

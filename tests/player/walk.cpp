@@ -2,16 +2,14 @@
 #include "player/walk.h"
 
 #include <stdio.h>
-#include <stdlib.h>
 
 #include <filesystem>
 
 #include "link/dongle.h"
+#include "player/coder_model.h"
 #include "player/decode_pump.h"
 #include "player/player.h"
 #include "player/sink.h"
-
-namespace {
 
 void lay_out(const Walk& walk, const std::string& directory) {
     std::filesystem::remove_all(directory);
@@ -26,21 +24,19 @@ void lay_out(const Walk& walk, const std::string& directory) {
     }
 }
 
-// Nothing of an earlier walk is left for the audio layer to pull.
 void drain_block() {
     std::uint8_t block[pcm_block_bytes];
     pull_block(nullptr, block);
 }
 
-// The program never releases its stream; many walks in one process must.
-void release_stream(CodecStream* stream) {
-    free(stream->ibuff);
-    free(stream->obuff);
-    free(stream->codec_private);
-    free(stream);
+std::vector<Bytes> read_wave_files(const Walk& walk, const std::string& directory) {
+    std::vector<Bytes> files;
+    for (std::size_t i = 0; i < walk.recordings.size(); i++) {
+        const std::string path = wave_path(directory, i);
+        files.push_back(std::filesystem::is_regular_file(path) ? read_file(path) : Bytes{});
+    }
+    return files;
 }
-
-}  // namespace
 
 std::string recording_path(const std::string& directory, std::size_t index) {
     return directory + "/" + std::to_string(index) + ".ambe";
@@ -59,6 +55,7 @@ WalkOutcome walk_pump(const Walk& walk, const std::string& directory) {
     player.audio = &control;
     player.settings.write_mode = walk.convert;
     player.settings.reverse_bits = walk.reverse_bits ? 1 : 0;
+    player.settings.format_tag = walk.format_tag;
     {
         const TracedRun run({.answers = walk.answers,
                              .polls = walk.polls,
@@ -76,11 +73,8 @@ WalkOutcome walk_pump(const Walk& walk, const std::string& directory) {
         outcome.trace = surroundings().trace;
         outcome.answers_given = surroundings().answers_given;
     }
-    release_stream(player.stream);
-    for (std::size_t i = 0; i < walk.recordings.size(); i++) {
-        const std::string path = wave_path(directory, i);
-        outcome.wave_files.push_back(std::filesystem::is_regular_file(path) ? read_file(path) : Bytes{});
-    }
+    release_codec_stream(player.stream);
+    outcome.wave_files = read_wave_files(walk, directory);
     return outcome;
 }
 

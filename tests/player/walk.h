@@ -16,6 +16,7 @@ struct RecordingFile {
 struct Walk {
     bool convert = true;
     bool reverse_bits = false;
+    std::uint32_t format_tag = 1;
     int audio_start_result = 0;
     int failing_fopen = 0;             // as in Surroundings
     int output_room = unlimited_room;  // as in Surroundings
@@ -38,6 +39,15 @@ struct WalkOutcome {
 // The names of recording `index` (from 0) and of what it is converted to.
 std::string recording_path(const std::string& directory, std::size_t index);
 std::string wave_path(const std::string& directory, std::size_t index);
+
+// Makes `directory` anew, with the recordings in it.
+void lay_out(const Walk& walk, const std::string& directory);
+
+// What the WAVE files hold; empty where there is none.
+std::vector<Bytes> read_wave_files(const Walk& walk, const std::string& directory);
+
+// Nothing of an earlier run is left for the audio layer to pull.
+void drain_block();
 
 // Through decode_file. `directory` is made anew; the model names its files alike.
 WalkOutcome walk_pump(const Walk& walk, const std::string& directory);
