@@ -22,6 +22,7 @@ endif()
 set_target_properties(quaver PROPERTIES BUILD_WITH_INSTALL_RPATH ON
                       RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_BINDIR})
 install(TARGETS quaver RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(PROGRAMS archive/quaver-archive DESTINATION ${CMAKE_INSTALL_BINDIR})
 
 # quaver_install_compressed(<file> <name> <directory>): as <directory>/<name>.gz, without a time stamp inside.
 function(quaver_install_compressed file name directory)
