@@ -36,6 +36,7 @@ function(quaver_install_compressed file name directory)
 endfunction()
 
 quaver_install_compressed(docs/quaver.1 quaver.1 ${CMAKE_INSTALL_MANDIR}/man1)
+quaver_install_compressed(docs/quaver-archive.1 quaver-archive.1 ${CMAKE_INSTALL_MANDIR}/man1)
 quaver_install_compressed(CHANGELOG.md changelog ${CMAKE_INSTALL_DOCDIR})
 quaver_install_compressed(packaging/debian/changelog changelog.Debian ${CMAKE_INSTALL_DOCDIR})
 
