@@ -40,7 +40,13 @@ quaver_install_compressed(docs/quaver-archive.1 quaver-archive.1 ${CMAKE_INSTALL
 quaver_install_compressed(CHANGELOG.md changelog ${CMAKE_INSTALL_DOCDIR})
 quaver_install_compressed(packaging/debian/changelog changelog.Debian ${CMAKE_INSTALL_DOCDIR})
 
-install(FILES packaging/completions/quaver DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+install(FILES packaging/completions/quaver packaging/completions/quaver-archive
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+# Where zsh looks below /usr/local; a package for /usr names its system's directory.
+set(QUAVER_ZSH_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE PATH "Where the completion for zsh goes")
+install(FILES packaging/completions/_quaver DESTINATION ${QUAVER_ZSH_DIR})
+install(FILES packaging/completions/quaver.fish packaging/completions/quaver-archive.fish
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 install(FILES packaging/udev/60-quaver.rules DESTINATION lib/udev/rules.d)
 # As in the source tree, so that the links in the README lead somewhere.
 install(FILES README.md packaging/debian/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})

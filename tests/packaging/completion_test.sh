@@ -1,9 +1,13 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# What Tab offers after a few beginnings of a command line.
+# What Tab offers in bash after a few beginnings of a command line.
+#
+#   completion_test.sh <directory of the completions>
 set -u
 # shellcheck source=/dev/null
-source "$1"
+source "$1/quaver"
+# shellcheck source=/dev/null
+source "$1/quaver-archive"
 failures=0
 
 # offers <expected words> <word>...: completes the last of the words.
@@ -13,7 +17,7 @@ offers() {
     COMP_WORDS=("$@")
     COMP_CWORD=$(($# - 1))
     COMPREPLY=()
-    _quaver
+    "_${1//-/_}"
     if [ "${COMPREPLY[*]}" != "$expected" ]; then
         echo "after '$*': offered '${COMPREPLY[*]}', expected '$expected'"
         failures=$((failures + 1))
@@ -37,5 +41,11 @@ offers "-s115200" quaver -s11
 offers "evening news.dvtool evening.ambe evenings" quaver -W even
 offers "other" quaver -W ot
 offers "" quaver -W nothing-like-it
+offers "-o -F -j -S -f -n -r" quaver-archive -
+offers "alaw adpcm" quaver-archive -F a
+offers "-fFgsm" quaver-archive -fFg
+offers "evenings" quaver-archive -o even
+offers "evening news.dvtool evening.ambe evenings" quaver-archive -n even
+offers "" quaver-archive other
 
 [ "$failures" -eq 0 ]
