@@ -56,7 +56,7 @@ offers() {
     told END || { print "'$2': no answer"; (( ++failures )); return }
     local offered=${(j:,:)${(f)"$(grep -vx END $log | sort -u)"}}
     if [[ $offered != $1 ]]; then
-        print "after '$2': offered '$offered', expected '$1'"
+        print -r "after '$2': offered '$offered', expected '$1'"
         (( ++failures ))
     fi
 }
@@ -65,10 +65,10 @@ offers '-D,-F,-R,-W,-d,-p,-s,-v' 'quaver -'
 offers 'adpcm,alaw,gsm,pcm,ulaw' 'quaver -W -F '
 offers 'adpcm,alaw' 'quaver -W -F a'
 offers '115200,19200' 'quaver -s 1'
-offers 'evening news.dvtool,evening.AMBE,evenings' 'quaver -W even'
+offers 'evening.AMBE,evening\ news.dvtool,evenings' 'quaver -W even'
 offers '-F,-S,-f,-j,-n,-o,-r' 'quaver-archive -'
 offers 'gsm' 'quaver-archive -F g'
 offers 'evenings' 'quaver-archive -o '
-offers 'evening news.dvtool,evening.AMBE,evenings' 'quaver-archive -n even'
+offers 'evening.AMBE,evening\ news.dvtool,evenings' 'quaver-archive -n even'
 
 (( failures == 0 ))
