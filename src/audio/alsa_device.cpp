@@ -227,7 +227,7 @@ int wait_for_room(AlsaDevice& device) {
         if (queued < 0 && queued != -EINTR) return static_cast<int>(queued);
         if (queued >= 0 && queued <= most) return 0;
         if (fruitless > 0) nap();
-        const int error = wait_for_device(device);
+        const int error = queued < 0 ? 0 : wait_for_device(device);
         if (error < 0) return error;
     }
     return -ETIMEDOUT;
