@@ -8,7 +8,7 @@ void sound_format(AudioControl&, int, long, int) {}
 
 void sound_open(AudioControl& control, bool verbose) {
     if (!verbose) return;
-    std::fprintf(stderr, "MCI: no sound on device %d: this program was built without !\n", control.device);
+    std::fprintf(stderr, "MCI: no sound on device %d, built without sound !\n", control.device);
 }
 
 bool sound_start(AudioControl&) {

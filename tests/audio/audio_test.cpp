@@ -254,7 +254,7 @@ TEST_P(SilentDevice, VerboseProgramHearsWhyAnotherDeviceIsSilent) {
     const std::string number = std::to_string(GetParam());
     EXPECT_EQ(output.out, "");
     EXPECT_EQ(output.err,
-              GetParam() == 0 ? "" : "MCI: no sound on device " + number + ": this program was built without !\n");
+              GetParam() == 0 ? "" : "MCI: no sound on device " + number + ", built without sound !\n");
 }
 
 TEST_P(SilentDevice, AttachKeepsCallbackAndDataAndMarksTheRecord) {
