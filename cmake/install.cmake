@@ -1,10 +1,13 @@
 # SPDX-License-Identifier: MIT
 # Where everything goes. The software dongle stands in a directory of its own, where only quaver looks for it.
 set(quaver_libdir ${CMAKE_INSTALL_LIBDIR})
-# Debian's directory for the libraries of one kind of machine, under /usr/local too: one build makes the package too.
+# Debian's directory for the libraries of one kind of machine, under /usr/local too.
 if(quaver_libdir STREQUAL "lib" AND CMAKE_LIBRARY_ARCHITECTURE)
     set(quaver_libdir lib/${CMAKE_LIBRARY_ARCHITECTURE})
 endif()
+# Whatever the umask of who installs, others may look into the directories.
+set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(QUAVER_PRIVATE_LIBDIR ${quaver_libdir}/quaver)
 file(RELATIVE_PATH quaver_libdir_from_bindir /${CMAKE_INSTALL_BINDIR} /${QUAVER_PRIVATE_LIBDIR})
 
@@ -24,22 +27,7 @@ set_target_properties(quaver PROPERTIES BUILD_WITH_INSTALL_RPATH ON
 install(TARGETS quaver RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(PROGRAMS archive/quaver-archive DESTINATION ${CMAKE_INSTALL_BINDIR})
 
-# quaver_install_compressed(<file> <name> <directory>): as <directory>/<name>.gz, without a time stamp inside.
-function(quaver_install_compressed file name directory)
-    set(compressed ${PROJECT_BINARY_DIR}/install/${name}.gz)
-    add_custom_command(OUTPUT ${compressed}
-                       COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/install
-                       COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/${file} > ${compressed}
-                       DEPENDS ${PROJECT_SOURCE_DIR}/${file} VERBATIM)
-    add_custom_target(compressed_${name} ALL DEPENDS ${compressed})
-    install(FILES ${compressed} DESTINATION ${directory})
-endfunction()
-
-quaver_install_compressed(docs/quaver.1 quaver.1 ${CMAKE_INSTALL_MANDIR}/man1)
-quaver_install_compressed(docs/quaver-archive.1 quaver-archive.1 ${CMAKE_INSTALL_MANDIR}/man1)
-quaver_install_compressed(CHANGELOG.md changelog ${CMAKE_INSTALL_DOCDIR})
-quaver_install_compressed(packaging/debian/changelog changelog.Debian ${CMAKE_INSTALL_DOCDIR})
-
+install(FILES docs/quaver.1 docs/quaver-archive.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES packaging/completions/quaver packaging/completions/quaver-archive
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 # Where zsh looks below /usr/local; a package for /usr names its system's directory.
@@ -49,7 +37,7 @@ install(FILES packaging/completions/quaver.fish packaging/completions/quaver-arc
         DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 install(FILES packaging/udev/60-quaver.rules DESTINATION lib/udev/rules.d)
 # As in the source tree, so that the links in the README lead somewhere.
-install(FILES README.md packaging/debian/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md LICENSE SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES docs/architecture.md docs/software-dongle.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
 install(FILES samples/README.md samples/greeting.dvtool samples/counting.dvtool samples/greeting.ambe
               samples/greeting_source.wav samples/counting_source.wav

@@ -26,8 +26,21 @@ names() {
 
 names "libgsm1-dev" -Dgsm_LIBRARY= -DBUILD_TESTING=OFF
 names "libasound2-dev" -Dasound_INCLUDE_DIR= -DBUILD_TESTING=OFF
-names "libgtest-dev libgmock-dev" -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON
-names "libsndfile1-dev" -Dsndfile_INCLUDE_DIR=
+names "libgtest-dev libgmock-dev" -DBUILD_TESTING=ON -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON
+names "libsndfile1-dev" -DBUILD_TESTING=ON -Dsndfile_INCLUDE_DIR=
 names "libbenchmark-dev" -DCMAKE_DISABLE_FIND_PACKAGE_benchmark=ON -DQUAVER_BENCH=ON -DBUILD_TESTING=OFF
+
+# Tests that nobody asked for need nothing: neither as the documents configure, nor with somebody's own library.
+touch "$directory/libdongle-x86-64.so"
+for options in "" "-DQUAVER_DONGLE_LIBRARY=$directory/libdongle-x86-64.so"; do
+    # shellcheck disable=SC2086  # no option, or one
+    if ! "$cmake" --preset release -S "$source" -B "$directory/plain" -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON \
+        -Dsndfile_LIBRARY= $options >"$directory/out" 2>&1; then
+        echo "without the tests' libraries, $options: does not configure"
+        cat "$directory/out"
+        failures=$((failures + 1))
+    fi
+    rm -rf "$directory/plain"
+done
 
 [ "$failures" -eq 0 ]

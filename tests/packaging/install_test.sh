@@ -9,15 +9,18 @@ cmake=$1 build=$2 source=$3
 directory=$(mktemp -d)
 trap 'rm -rf "$directory"' EXIT
 
+umask 077
 "$cmake" --install "$build" --prefix "$directory/usr" >/dev/null
+closed=$(find "$directory/usr" -type d ! -perm 755 -o -type f ! -perm 644 ! -perm 755)
+[ -z "$closed" ] || { echo "under umask 077 others cannot use: $closed"; exit 1; }
 cd "$directory"
 
 check() {
     "$@" || { echo "failed: $*"; exit 1; }
 }
 
-for file in bin/quaver share/man/man1/quaver.1.gz share/bash-completion/completions/quaver \
-    lib/udev/rules.d/60-quaver.rules share/doc/quaver/README.md share/doc/quaver/copyright \
+for file in bin/quaver share/man/man1/quaver.1 share/bash-completion/completions/quaver \
+    lib/udev/rules.d/60-quaver.rules share/doc/quaver/README.md share/doc/quaver/LICENSE \
     share/doc/quaver/docs/software-dongle.md share/doc/quaver/samples/greeting.dvtool \
     share/doc/quaver/samples/greeting_source.wav; do
     check test -s "usr/$file"
@@ -30,7 +33,7 @@ case $runpath in
 *RUNPATH*'[$ORIGIN/../lib'*'/quaver]'*) ;;
 *) echo "not a relative RUNPATH: $runpath"; exit 1 ;;
 esac
-check cmp -s "$source/docs/quaver.1" <(gzip -dc usr/share/man/man1/quaver.1.gz)
+check cmp -s "$source/docs/quaver.1" <(gzip -dc usr/share/man/man1/quaver.1)
 
 # The tree is moved: nothing in it may remember where it was installed or built.
 mv usr elsewhere

@@ -55,4 +55,20 @@ status=$?
 [ "$status" -eq 1 ] || fail "status $status"
 grep -qx '.*the other library' "$directory/out" || { fail "the other library was not loaded"; cat "$directory/out"; }
 
+# Installed it finds the library where it stands; nothing of ours is beside it.
+if ! { "$cmake" --build "$directory/build" && "$cmake" --install "$directory/build" --prefix "$directory/usr"; } \
+    >>"$directory/out" 2>&1; then
+    fail "it cannot be installed"
+    cat "$directory/out"
+fi
+[ -z "$(find "$directory/usr" -name 'libdongle*')" ] || fail "a vocoder library was installed"
+LD_LIBRARY_PATH='' "$directory/usr/bin/quaver" nothing.dvtool </dev/null 2>&1 | grep -qx '.*the other library' ||
+    fail "installed, the other library is not loaded"
+
+# The package is ours alone.
+QUAVER_DONGLE_LIBRARY=$library make -f "$source/debian/rules" -n build >"$directory/out" 2>&1 &&
+    fail "the package takes the other library"
+grep -qF "to install a build against $library use cmake --install" "$directory/out" ||
+    { fail "the package does not say how to install it"; cat "$directory/out"; }
+
 [ "$failures" -eq 0 ]
