@@ -69,10 +69,12 @@ void run(benchmark::State& state, const DecoderVersion& version, std::vector<dou
 void without_wide_vectors(benchmark::State& state) {
     run(state, baseline::decoder_version, baseline_us);
 }
+#ifdef __x86_64__
 void with_wide_vectors(benchmark::State& state) {
     if (__builtin_cpu_supports("avx2") == 0) return state.SkipWithError("this processor has none");
     run(state, avx2::decoder_version, wide_us);
 }
+#endif
 
 void print(const char* version, std::vector<double> frame_us) {
     std::ranges::sort(frame_us);
@@ -83,7 +85,9 @@ void print(const char* version, std::vector<double> frame_us) {
 }  // namespace
 
 BENCHMARK(without_wide_vectors)->UseManualTime()->Iterations(101)->Unit(benchmark::kMillisecond);
+#ifdef __x86_64__
 BENCHMARK(with_wide_vectors)->UseManualTime()->Iterations(101)->Unit(benchmark::kMillisecond);
+#endif
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);

@@ -15,6 +15,9 @@ check_pie_supported(LANGUAGES CXX)
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion)
 # The same arithmetic on every machine: no fused multiply-add behind the source's back.
 add_compile_options(-ffp-contract=off)
+if(QUAVER_PROCESSOR STREQUAL "i386")
+    add_compile_options(-msse2 -mfpmath=sse)  # the older unit computes with more digits than the others
+endif()
 if(QUAVER_WERROR)
     add_compile_options(-Werror)
 endif()
@@ -43,7 +46,7 @@ if(QUAVER_HARDEN)
     # All code keeps to a shadow stack. The note is set by hand where the C library's start code has none; the one for
     # indirect branches is left to the linker, because that start code has no landing places there.
     check_linker_flag(CXX -Wl,-z,shstk linker_knows_shadow_stack)
-    if(linker_knows_shadow_stack AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i.86)$")
+    if(linker_knows_shadow_stack AND QUAVER_PROCESSOR MATCHES "^(x86-64|i386)$")
         add_link_options(-Wl,-z,shstk)
     endif()
 endif()

@@ -3,6 +3,9 @@
 #include "lanes/decoder_version.h"
 
 const DecoderVersion& decoder_version_of_this_processor() {
+#ifdef __x86_64__
     __builtin_cpu_init();
-    return __builtin_cpu_supports("avx2") ? avx2::decoder_version : baseline::decoder_version;
+    if (__builtin_cpu_supports("avx2")) return avx2::decoder_version;
+#endif
+    return baseline::decoder_version;
 }

@@ -41,9 +41,11 @@ struct DecoderVersion {
 namespace baseline {
 extern const DecoderVersion decoder_version;
 }
+#ifdef __x86_64__
 namespace avx2 {
 extern const DecoderVersion decoder_version;
 }
+#endif
 
 // The fastest version that this processor can run.
 const DecoderVersion& decoder_version_of_this_processor();

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Eight numbers side by side, and the few functions of angles and powers that reach the samples.
 //
-// The same source is compiled once for every x86-64 (two vectors of four), once for AVX2 (one vector of eight) and, for
-// the tests, once as plain arithmetic of eight single numbers. All of them do the same operations of single precision
+// The same source is compiled once for every processor of a kind (two vectors of four, where it has vectors), on x86-64
+// once more for AVX2 (one vector of eight) and, for the tests, once as plain arithmetic of eight single numbers. All of them do the same operations of single precision
 // in the same order, none is fused and none comes from the C library, whose results depend on the processor: same
 // frames, same bytes, on every machine.
 //

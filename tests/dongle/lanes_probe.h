@@ -30,6 +30,8 @@ extern const LanesProbe lanes_probe;
 namespace baseline {
 extern const LanesProbe lanes_probe;
 }
+#ifdef __x86_64__
 namespace avx2 {
 extern const LanesProbe lanes_probe;
 }
+#endif

@@ -5,11 +5,12 @@
 #include <cmath>
 
 #include "dongle/lanes_probe.h"
+#include "support/processor.h"
 
 class Lanes : public testing::TestWithParam<const LanesProbe*> {
   protected:
     void SetUp() override {
-        if (GetParam() == &avx2::lanes_probe && !__builtin_cpu_supports("avx2")) GTEST_SKIP() << "no AVX2 here";
+        if (GetParam()->name == std::string("avx2") && !processor_has_avx2()) GTEST_SKIP() << "no AVX2 here";
     }
     const LanesProbe& version() const { return *GetParam(); }
 
@@ -21,9 +22,16 @@ class Lanes : public testing::TestWithParam<const LanesProbe*> {
         return powers[0];
     }
 };
-INSTANTIATE_TEST_SUITE_P(Versions, Lanes,
-                         testing::Values(&plain::lanes_probe, &portable::lanes_probe, &baseline::lanes_probe,
-                                         &avx2::lanes_probe),
+
+constexpr const LanesProbe* probes[] = {
+    &plain::lanes_probe,
+    &portable::lanes_probe,
+    &baseline::lanes_probe,
+#ifdef __x86_64__
+    &avx2::lanes_probe,
+#endif
+};
+INSTANTIATE_TEST_SUITE_P(Versions, Lanes, testing::ValuesIn(probes),
                          [](const auto& test) { return std::string(test.param->name); });
 
 TEST_P(Lanes, CosineAndSineAreThoseOfThePhase) {

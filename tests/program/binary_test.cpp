@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "program/scenario.h"
+#include "support/processor.h"
 #include "support/run_program.h"
 
 namespace {
@@ -46,7 +47,7 @@ std::set<std::string> exported(const std::string& file) {
 const char* const line_functions[] = {"tio_close", "tio_open", "tio_read", "tio_speed", "tio_write"};
 
 TEST(Binary, ProgramNeedsTheVocoderLibraryByItsName) {
-    EXPECT_THAT(readelf("--dynamic"), HasSubstr("Shared library: [libdongle-x86-64.so]"));
+    EXPECT_THAT(readelf("--dynamic"), HasSubstr("Shared library: [" + std::string(dongle_file) + "]"));
 }
 
 TEST(Binary, LibraryIsFoundThroughRunpathNotRpath) {
@@ -86,7 +87,7 @@ TEST(Binary, SoftwareDongleExportsTheNineFunctions) {
     EXPECT_THAT(exported(SOFTWARE_DONGLE),
                 IsSupersetOf({"dongle_debug", "dongle_init", "dongle_hello", "dongle_run", "dongle_send", "dongle_recv",
                               "dongle_close", "ambe_init", "ambe_send"}));
-    EXPECT_THAT(readelf("--dynamic", SOFTWARE_DONGLE), HasSubstr("Library soname: [libdongle-x86-64.so]"));
+    EXPECT_THAT(readelf("--dynamic", SOFTWARE_DONGLE), HasSubstr("Library soname: [" + std::string(dongle_file) + "]"));
 }
 #endif
 

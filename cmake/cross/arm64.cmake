@@ -1,0 +1,7 @@
+# SPDX-License-Identifier: MIT
+# Builds for Debian's arm64 on another machine: cmake --preset release --toolchain cmake/cross/arm64.cmake
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR aarch64)
+set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
+set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64-static)
