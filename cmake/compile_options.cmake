@@ -18,6 +18,9 @@ add_compile_options(-ffp-contract=off)
 if(QUAVER_PROCESSOR STREQUAL "i386")
     add_compile_options(-msse2 -mfpmath=sse)  # the older unit computes with more digits than the others
 endif()
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    add_compile_definitions(_FILE_OFFSET_BITS=64)  # a recording may be as long as on the others
+endif()
 if(QUAVER_WERROR)
     add_compile_options(-Werror)
 endif()

@@ -33,10 +33,12 @@ struct RiffFile {
     std::int64_t data_patch_position;  // file offset of the newest "data" header's size; 0 while it is not known
 };
 
-static_assert(sizeof(RiffFile) == 8 * sizeof(std::uint64_t));
-static_assert(offsetof(RiffFile, chunk) == 8 && offsetof(RiffFile, form_type) == 24);
-static_assert(offsetof(RiffFile, data_count) == 32 && offsetof(RiffFile, data_left) == 40);
-static_assert(offsetof(RiffFile, size_patch_position) == 48 && offsetof(RiffFile, data_patch_position) == 56);
+// On a 64-bit processor.
+static_assert(sizeof(void*) != 8 || sizeof(RiffFile) == 8 * sizeof(std::uint64_t));
+static_assert(sizeof(void*) != 8 || (offsetof(RiffFile, chunk) == 8 && offsetof(RiffFile, form_type) == 24));
+static_assert(sizeof(void*) != 8 || (offsetof(RiffFile, data_count) == 32 && offsetof(RiffFile, data_left) == 40));
+static_assert(sizeof(void*) != 8 ||
+              (offsetof(RiffFile, size_patch_position) == 48 && offsetof(RiffFile, data_patch_position) == 56));
 
 // Opens `path`; a form type other than 0 (fourcc("WAVE")) opens for writing, 0 for reading.
 //

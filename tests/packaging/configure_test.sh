@@ -2,9 +2,9 @@
 # SPDX-License-Identifier: MIT
 # A missing dependency ends the configuration with the name of the Debian package that has it.
 #
-#   configure_test.sh <cmake> <source directory>
+#   configure_test.sh <cmake> <source directory> <name of the vocoder library>
 set -u
-cmake=$1 source=$2
+cmake=$1 source=$2 name=$3
 directory=$(mktemp -d)
 trap 'rm -rf "$directory"' EXIT
 failures=0
@@ -31,8 +31,8 @@ names "libsndfile1-dev" -DBUILD_TESTING=ON -Dsndfile_INCLUDE_DIR=
 names "libbenchmark-dev" -DCMAKE_DISABLE_FIND_PACKAGE_benchmark=ON -DQUAVER_BENCH=ON -DBUILD_TESTING=OFF
 
 # Tests that nobody asked for need nothing: neither as the documents configure, nor with somebody's own library.
-touch "$directory/libdongle-x86-64.so"
-for options in "" "-DQUAVER_DONGLE_LIBRARY=$directory/libdongle-x86-64.so"; do
+touch "$directory/$name"
+for options in "" "-DQUAVER_DONGLE_LIBRARY=$directory/$name"; do
     # shellcheck disable=SC2086  # no option, or one
     if ! "$cmake" --preset release -S "$source" -B "$directory/plain" -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON \
         -Dsndfile_LIBRARY= $options >"$directory/out" 2>&1; then

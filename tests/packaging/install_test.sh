@@ -3,9 +3,9 @@
 # Installs the built tree below a temporary directory and converts a sample with what was installed there: the program
 # must find its library by the relative RUNPATH, wherever the tree stands.
 #
-#   install_test.sh <cmake> <build directory> <source directory>
+#   install_test.sh <cmake> <build directory> <source directory> <library's name>
 set -eu
-cmake=$1 build=$2 source=$3
+cmake=$1 build=$2 source=$3 name=$4
 directory=$(mktemp -d)
 trap 'rm -rf "$directory"' EXIT
 
@@ -25,7 +25,7 @@ for file in bin/quaver share/man/man1/quaver.1 share/bash-completion/completions
     share/doc/quaver/samples/greeting_source.wav; do
     check test -s "usr/$file"
 done
-check test "$(find usr -name 'libdongle-x86-64.so' -path '*/quaver/*' | wc -l)" -eq 1
+check test "$(find usr -name "$name" -path '*/quaver/*' | wc -l)" -eq 1
 
 runpath=$(readelf -d usr/bin/quaver | grep -E 'RUNPATH|RPATH')
 # shellcheck disable=SC2016  # $ORIGIN stands there to the letter

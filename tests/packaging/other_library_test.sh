@@ -3,12 +3,12 @@
 # Built with QUAVER_DONGLE_LIBRARY, the program loads that library and the software dongle is left out; a file that the
 # program would not find at its start is refused when it is configured.
 #
-#   other_library_test.sh <cmake> <C compiler> <source directory>
+#   other_library_test.sh <cmake> <C compiler> <source directory> <library's name>
 set -u
-cmake=$1 compiler=$2 source=$3
+cmake=$1 compiler=$2 source=$3 name=$4
 directory=$(mktemp -d)
 trap 'rm -rf "$directory"' EXIT
-library=$directory/else/libdongle-x86-64.so
+library=$directory/else/$name
 failures=0
 
 fail() { echo "$*"; failures=$((failures + 1)); }
@@ -39,16 +39,16 @@ void ambe_send(void* packet, const void* frame) { (void)packet, (void)frame; }
 C
 "$compiler" -shared -fPIC -o "$library" "$directory/other.c" || exit 1
 
-refuses "$directory/else/nowhere/libdongle-x86-64.so" "there is no $directory/else/nowhere/libdongle-x86-64.so"
+refuses "$directory/else/nowhere/$name" "there is no $directory/else/nowhere/$name"
 cp "$library" "$directory/else/vocoder.so"
-refuses "$directory/else/vocoder.so" "must name a file called libdongle-x86-64.so"
+refuses "$directory/else/vocoder.so" "must name a file called $name"
 
 if ! { configure "$library" && "$cmake" --build "$directory/build" --target quaver >>"$directory/out" 2>&1; }; then
     cat "$directory/out"
     exit 1
 fi
 program=$directory/build/bin/quaver
-readelf -d "$program" | grep -q 'NEEDED.*\[libdongle-x86-64.so\]' || fail "the library is not needed by its name"
+readelf -d "$program" | grep -qF "[$name]" || fail "the library is not needed by its name"
 [ -z "$(find "$directory/build" -name 'libdongle*')" ] || fail "the software dongle was built all the same"
 LD_LIBRARY_PATH='' "$program" nothing.dvtool </dev/null >"$directory/out" 2>&1
 status=$?

@@ -15,12 +15,13 @@ fail() { echo "FAILED: $*"; failures=$((failures + 1)); }
 "$source/scripts/package" || exit 1
 built=$source/build/package
 
-# Again from what went into the first one.
-other="$directory/a place with a longer name"
-mkdir "$other"
+# Again from what went into the first one. The path has no space in it: dpkg-buildflags would then leave out the option
+# that keeps paths out of what is compiled.
+other=$directory/elsewhere/under-a-longer-name
+mkdir -p "$other"
 tar -C "$other" -xf "$built"/quaver_*.orig.tar.xz
 tar -C "$other"/quaver-* -xf "$built"/quaver_*.debian.tar.xz
-chmod 755 "$directory"
+chmod 755 "$directory" "$directory/elsewhere"
 as_other=()
 if [ "$(id -u)" -eq 0 ]; then
     as_other=(setpriv --reuid=65534 --regid=65534 --clear-groups)
