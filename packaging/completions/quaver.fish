@@ -9,10 +9,19 @@ function __quaver_recordings
     printf '%s\n' $recordings
 end
 
+# Silence, ALSA's default, then the sound cards of the machine.
+function __quaver_devices
+    printf '%s\t%s\n' 0 silent 1 "ALSA's default"
+    set -l cards /proc/asound/card*
+    for number in (string match --regex --groups-only '/card(\d+)$' -- $cards)
+        printf '%s\tsound card %s\n' (math $number + 2) $number
+    end
+end
+
 complete -c quaver -f
 complete -c quaver -s d -d 'Have the vocoder library say more'
 complete -c quaver -s v -d 'Say why nothing is heard'
-complete -c quaver -s D -x -a '0 1 2 3' -d 'Number of the audio device'
+complete -c quaver -s D -x -a '(__quaver_devices)' -d 'Number of the audio device'
 complete -c quaver -s R -d 'Reverse the bits of each byte'
 complete -c quaver -s W -d 'Convert to WAV files'
 complete -c quaver -s F -x -a 'pcm ulaw alaw adpcm gsm' -d 'Format of the WAV files'

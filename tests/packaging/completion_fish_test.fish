@@ -26,6 +26,7 @@ set --export LC_ALL C
 offers '-D,-F,-R,-W,-d,-p,-s,-v' 'quaver -'
 offers 'adpcm,alaw,gsm,pcm,ulaw' 'quaver -W -F '
 offers 'adpcm,alaw' 'quaver -W -F a'
+offers 1 'quaver -D 1'
 offers '115200,19200' 'quaver -s 1'
 offers '-F,-S,-f,-j,-n,-o,-r' 'quaver-archive -'
 offers 'gsm' 'quaver-archive -F g'

@@ -30,12 +30,18 @@ cd "$directory" || exit 1
 touch 'evening news.dvtool' evening.ambe evening.txt other
 mkdir evenings
 
+# Two numbers, and two more than each card of this machine has.
+devices="0 1"
+for card in $(compgen -G '/proc/asound/card[0-9]*'); do devices+=" $((${card##*card} + 2))"; done
+
 offers "-d -v -D -R -W -F -p -s" quaver -
 offers "pcm ulaw alaw adpcm gsm" quaver -W -F ""
 offers "alaw adpcm" quaver -W -F a
 offers "-Fgsm" quaver -W -Fg
 offers "-WFulaw" quaver -WFu
 offers "pcm" quaver -dRWF p
+offers "$devices" quaver -D ""
+offers "1" quaver -vD 1
 offers "230400" quaver -s 23
 offers "-s115200" quaver -s11
 offers "evening news.dvtool evening.ambe evenings" quaver -W even

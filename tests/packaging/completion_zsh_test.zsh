@@ -64,6 +64,7 @@ offers() {
 offers '-D,-F,-R,-W,-d,-p,-s,-v' 'quaver -'
 offers 'adpcm,alaw,gsm,pcm,ulaw' 'quaver -W -F '
 offers 'adpcm,alaw' 'quaver -W -F a'
+offers '0' 'quaver -D 0'
 offers '115200,19200' 'quaver -s 1'
 offers 'evening.AMBE,evening\ news.dvtool,evenings' 'quaver -W even'
 offers '-F,-S,-f,-j,-n,-o,-r' 'quaver-archive -'
