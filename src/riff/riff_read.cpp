@@ -120,7 +120,8 @@ int riff_read_data(RiffFile* file, std::uint8_t* buffer, int capacity) {
         if (header.size == 0) return 1;
     }
     const std::uint64_t room = capacity > 0 ? static_cast<std::uint64_t>(capacity) : 0;
-    const std::size_t count = std::fread(buffer, 1, std::min(room, file->data_left), file->stream);
+    const auto wanted = static_cast<std::size_t>(std::min(room, file->data_left));
+    const std::size_t count = std::fread(buffer, 1, wanted, file->stream);
     file->data_left -= count;
     return static_cast<int>(count);
 }

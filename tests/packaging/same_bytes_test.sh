@@ -27,7 +27,7 @@ for recording in "$source"/samples/*.dvtool "$source"/samples/*.ambe "$source"/t
             cp "$recording" "$directory/there"
             convert_in "$directory/here" "$quaver" "-ddW$order" -F "$format" "${recording##*/}"
             convert_in "$directory/there" "$@" "-ddW$order" -F "$format" "${recording##*/}"
-            if ! diff -r "$directory/here" "$directory/there"; then
+            if ! diff -rq "$directory/here" "$directory/there"; then
                 echo "different: ${recording##*/} -F $format ${order:+-R}"
                 failures=$((failures + 1))
             fi
