@@ -7,8 +7,8 @@ if(quaver_libdir STREQUAL "lib" AND CMAKE_LIBRARY_ARCHITECTURE)
 endif()
 set(QUAVER_PRIVATE_LIBDIR ${quaver_libdir}/quaver)
 file(RELATIVE_PATH quaver_libdir_from_bindir /${CMAKE_INSTALL_BINDIR} /${QUAVER_PRIVATE_LIBDIR})
-# Where zsh looks below /usr/local; a package for /usr names its system's directory.
-set(QUAVER_ZSH_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE PATH "Where the completion for zsh goes")
+# Where zsh looks below /usr/local; a package for /usr names its system's directory. No PATH: relative to the prefix.
+set(QUAVER_ZSH_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING "Where the completion for zsh goes")
 set(quaver_bash_dir ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 set(quaver_fish_dir ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 
