@@ -3,10 +3,7 @@
 #include <gmock/gmock.h>
 #include <stdlib.h>
 
-#include <algorithm>
-
 #include "audio/sound_card.h"
-#include "program/recordings.h"
 #include "program/scenario.h"
 #include "support/pty.h"
 
@@ -35,11 +32,7 @@ struct SoundRun {
         scenario.dongle_directory = std::string(SCRIPTED_DONGLE_DIR) + ":" + STAND_IN_SOUND_DIR;
     }
 
-    bool terminal_is_as_before() const {
-        const termios after = terminal.state();
-        return after.c_iflag == before.c_iflag && after.c_oflag == before.c_oflag && after.c_cflag == before.c_cflag &&
-               after.c_lflag == before.c_lflag && std::equal(after.c_cc, after.c_cc + NCCS, before.c_cc);
-    }
+    bool terminal_is_as_before() const { return same_state(terminal.state(), before); }
 };
 
 class FaultySound : public testing::Test {

@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include "program/recordings.h"
 #include "program/scenario.h"
 #include "support/run_program.h"
 

@@ -1,116 +1,56 @@
 // SPDX-License-Identifier: MIT
-//
-// Memory that runs out, at every request of a creation. The linker puts the functions below before the allocator.
-#include <gsm.h>
+// Memory that runs out, at every request of a creation.
 #include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cstdio>
-#include <cstdlib>
 
 #include "codec/codec_stream.h"
 #include "codec/codec_table.h"
 #include "codec/g711.h"
 #include "codec/gsm0610.h"
 #include "codec/ima_adpcm.h"
+#include "support/allocations.h"
 #include "support/capture.h"
-
-namespace {
-
-// While a creation runs its requests are counted, and the one with the number `failing` fails (0: none).
-struct Requests {
-    bool counted;
-    int failing;
-    int made;
-    std::array<void*, 256> live;  // of all creations: what is never released stays in sight of the leak check
-};
-Requests requests;
-
-bool next_fails() {
-    return requests.counted && ++requests.made == requests.failing;
-}
-
-void* keep(void* memory) {
-    if (!requests.counted || memory == nullptr) return memory;
-    *std::ranges::find(requests.live, nullptr) = memory;
-    return memory;
-}
-
-long held() {
-    return std::ssize(requests.live) - std::ranges::count(requests.live, nullptr);
-}
-
-void forget(const void* memory) {
-    if (memory == nullptr) return;
-    const auto place = std::ranges::find(requests.live, memory);
-    if (place != requests.live.end()) *place = nullptr;
-}
-
-}  // namespace
-
-extern "C" {
-void* __real_calloc(std::size_t count, std::size_t size);
-void* __real_malloc(std::size_t size);
-void __real_free(void* memory);
-gsm __real_gsm_create();
-
-void* __wrap_calloc(std::size_t count, std::size_t size) {
-    return next_fails() ? nullptr : keep(__real_calloc(count, size));
-}
-void* __wrap_malloc(std::size_t size) {
-    return next_fails() ? nullptr : keep(__real_malloc(size));
-}
-void __wrap_free(void* memory) {
-    forget(memory);
-    __real_free(memory);
-}
-gsm __wrap_gsm_create() {
-    return next_fails() ? nullptr : static_cast<gsm>(keep(__real_gsm_create()));
-}
-}
+#include "support/messages.h"
 
 namespace {
 
 constexpr PcmFormat telephone_pcm = {1, 16, 8000};
 
+// What stays held of all creations stays in sight of the leak check.
 struct Creation {
-    CodecStream* stream;
+    CodecStream* stream = nullptr;
     Output output;
     int requests_made;
-    long still_held;
+    int still_held;
 };
 
 Creation create(std::uint32_t tag, int failing, int mode = codec_mode_encode, std::int16_t block_bytes = 0) {
     Creation result = {};
-    const long held_before = held();
-    requests.made = 0;
+    const int held_before = allocations_held();
     result.output = output_of([&] {
-        requests.counted = true;
-        requests.failing = failing;
+        allocations = {.counted = true, .failing = failing};
         result.stream = codec_stream_create(tag, mode, &telephone_pcm, block_bytes);
-        requests.counted = false;
+        allocations.counted = false;
     });
-    result.requests_made = requests.made;
-    result.still_held = held() - held_before;
+    result.requests_made = allocations.made;
+    result.still_held = allocations_held() - held_before;
     return result;
 }
 
-void expect_failure(const Creation& creation, const char* out, const char* err, int held) {
+void expect_failure(const Creation& creation, const std::string& out, const char* err, int held) {
     EXPECT_EQ(creation.stream, nullptr);
     EXPECT_EQ(creation.output.out, out);
     EXPECT_EQ(creation.output.err, err);
     EXPECT_EQ(creation.still_held, held);
 }
 
-constexpr char pcm_line[] = "CODEC 'Linear PCM' for 1 channels at 8000 Hz with 16 bits per sample.\n";
-constexpr char alaw_line[] = "CODEC 'G.711 A-LAW' for 1 channels at 8000 Hz with 16 bits per sample.\n";
-constexpr char ulaw_line[] = "CODEC 'G.711 U-LAW' for 1 channels at 8000 Hz with 16 bits per sample.\n";
-constexpr char adpcm_line[] = "CODEC 'IMA ADPCM' for 1 channels at 8000 Hz with 16 bits per sample.\n";
-constexpr char gsm_line[] = "CODEC 'GSM 06.10' for 1 channels at 8000 Hz with 16 bits per sample.\n";
+const std::string pcm_line = codec_line("Linear PCM");
+const std::string alaw_line = codec_line("G.711 A-LAW");
+const std::string ulaw_line = codec_line("G.711 U-LAW");
+const std::string adpcm_line = codec_line("IMA ADPCM");
+const std::string gsm_line = codec_line("GSM 06.10");
 
 // A law's maps are built once in a process: the steps of one law stand in one test, in their order.
-void run_out_at_every_step_of_a_law(std::uint32_t tag, const char* line) {
+void run_out_at_every_step_of_a_law(std::uint32_t tag, const std::string& line) {
     expect_failure(create(tag, 1), "", "Out of memory for codec stream !\n", 0);
     expect_failure(create(tag, 2), line, "Out of memory for LAW CB !\n", 0);
     // Kept: the private block stays taken. Requests are the record, the private block, the encode map, the decode map.
@@ -189,9 +129,10 @@ TEST(CodecMemory, InitWithoutItsPrivateBlockReturnsMinusOneAndLeavesTheStreamWit
         CodecStream stream = {};
         stream.name = "some codec";
         stream.codec_private = &anything;
-        requests = {true, 1, 0, requests.live};
-        output_of([&] { EXPECT_EQ(init(stream, codec_mode_encode), -1); });
-        requests.counted = false;
+        output_of([&] {
+            const FailingAllocations all(1);
+            EXPECT_EQ(init(stream, codec_mode_encode), -1);
+        });
         EXPECT_EQ(stream.codec_private, nullptr);
     }
 }

@@ -9,17 +9,11 @@
 #include <cstring>
 
 #include "codec/stream_tools.h"
-#include "support/ima_steps.h"
+#include "support/reference_coders.h"
 
 namespace {
 
 using Sizes = std::vector<std::int16_t>;
-
-struct State {
-    int predictor;
-    int index;
-    bool operator==(const State&) const = default;
-};
 
 struct PrivateBlock {
     std::int16_t predictor;
@@ -30,51 +24,8 @@ struct PrivateBlock {
 PrivateBlock& block_of(const StreamPtr& stream) {
     return *static_cast<PrivateBlock*>(stream->codec_private);
 }
-State state_of(const StreamPtr& stream) {
+ImaState state_of(const StreamPtr& stream) {
     return {block_of(stream).predictor, block_of(stream).index};
-}
-
-void move_index(State& state, int code) {
-    const int magnitude = code & 7;
-    state.index = std::min(std::max(0, magnitude < 4 ? state.index - 1 : state.index + 2 * (magnitude - 3)), 88);
-}
-
-void move_predictor(State& state, int code, int difference) {
-    state.predictor += code >= 8 ? -difference : difference;
-    state.predictor = std::min(std::max(state.predictor, -32768), 32767);
-}
-
-// What the codes 0 to 7 stand for, without the eighth of a step that all of them add.
-int threshold(int magnitude, int step) {
-    return (magnitude >= 4 ? step : 0) + (magnitude % 4 >= 2 ? step / 2 : 0) + (magnitude % 2 != 0 ? step / 4 : 0);
-}
-
-int expected_code(State& state, int sample) {
-    const int step = ima_steps[state.index];
-    const int difference = std::abs(sample - state.predictor);
-    int magnitude = 7;
-    while (threshold(magnitude, step) > difference) --magnitude;
-    const int code = sample < state.predictor ? magnitude + 8 : magnitude;
-    move_predictor(state, code, threshold(magnitude, step) + step / 8);
-    move_index(state, code);
-    return code;
-}
-
-int expected_sample(State& state, int code) {
-    const int step = ima_steps[state.index];
-    move_predictor(state, code, code % 8 * step / 4 + step / 8);
-    move_index(state, code);
-    return state.predictor;
-}
-
-Bytes expected_codes(State& state, const std::vector<int>& samples) {
-    Bytes codes;
-    for (std::size_t i = 0; i < samples.size(); i += 2) {
-        const int first = expected_code(state, samples[i]);
-        const int second = i + 1 < samples.size() ? expected_code(state, samples[i + 1]) : 0;
-        codes.push_back(static_cast<std::uint8_t>(first * 16 + second));
-    }
-    return codes;
 }
 
 // One call of the stream's operation.
@@ -122,36 +73,6 @@ std::vector<int> voice_like(int count) {
 }
 
 }  // namespace
-
-TEST(ImaAdpcm, SizesAndBitsOfBothModes) {
-    const StreamPtr encoder = new_stream(ima_adpcm, mode_encode);
-    EXPECT_EQ(encoder->ibuff_bytes, 4096);
-    EXPECT_EQ(encoder->obuff_bytes, 1024);
-    EXPECT_EQ(encoder->output_format.bits_per_sample, 4);
-    const StreamPtr decoder = new_stream(ima_adpcm, mode_decode);
-    EXPECT_EQ(decoder->ibuff_bytes, 1024);
-    EXPECT_EQ(decoder->obuff_bytes, 4096);
-    EXPECT_EQ(decoder->output_format.bits_per_sample, 16);
-}
-
-TEST(ImaAdpcm, RequestedBlockSizeSetsTheSizes) {
-    for (const std::int16_t block_bytes : Sizes{1, 2, 255, 256, 1023, 8191}) {
-        const StreamPtr encoder = new_stream(ima_adpcm, mode_encode, block_bytes);
-        EXPECT_EQ(encoder->ibuff_bytes, 4 * block_bytes);
-        EXPECT_EQ(encoder->obuff_bytes, block_bytes);
-        const StreamPtr decoder = new_stream(ima_adpcm, mode_decode, block_bytes);
-        EXPECT_EQ(decoder->ibuff_bytes, block_bytes);
-        EXPECT_EQ(decoder->obuff_bytes, 4 * block_bytes);
-    }
-}
-
-TEST(ImaAdpcm, BlockSizeBelowOneIsTheDefault) {
-    for (const std::int16_t block_bytes : Sizes{0, -1, -32768}) {
-        const StreamPtr stream = new_stream(ima_adpcm, mode_encode, block_bytes);
-        EXPECT_EQ(stream->ibuff_bytes, 4096);
-        EXPECT_EQ(stream->obuff_bytes, 1024);
-    }
-}
 
 TEST(ImaAdpcm, BlockSizeWhosePcmDoesNotFit16BitsIsRefusedInSilence) {
     // 4 x 8191 = 32764 fits, 4 x 8192 = 32768 does not.
@@ -203,7 +124,7 @@ TEST(ImaAdpcm, OddByteCountIsRoundedUpToWholeSamples) {
 TEST(ImaAdpcm, NoBytesAreNoSamplesAndTheStateStays) {
     const StreamPtr stream = new_stream(ima_adpcm, mode_encode);
     encoded_by(stream, {5000, -5000, 700});
-    const State before = state_of(stream);
+    const ImaState before = state_of(stream);
     std::uint8_t byte = 0xEE;
     EXPECT_EQ(stream->encode(*stream, &byte, &byte, 0), 0u);
     EXPECT_EQ(stream->decode(*stream, &byte, &byte, 0), 0u);
@@ -214,7 +135,7 @@ TEST(ImaAdpcm, NoBytesAreNoSamplesAndTheStateStays) {
 TEST(ImaAdpcm, SilenceFromAFreshStreamIsZeroNibbles) {
     const StreamPtr stream = new_stream(ima_adpcm, mode_encode);
     EXPECT_EQ(encoded_by(stream, std::vector<int>(2048)), Bytes(1024));
-    EXPECT_EQ(state_of(stream), (State{0, 0}));
+    EXPECT_EQ(state_of(stream), (ImaState{0, 0}));
 }
 
 TEST(ImaAdpcm, SilenceLetsTheIndexSinkToZero) {
@@ -231,12 +152,12 @@ TEST(ImaAdpcm, FullScaleDrivesTheIndexTo88AndClampsThePredictor) {
     for (int i = 0; i < 12; ++i) samples.push_back(i % 2 == 0 ? 32767 : -32768);
     const StreamPtr falling = new_stream(ima_adpcm, mode_encode);
     encoded_by(falling, samples);
-    EXPECT_EQ(state_of(falling), (State{-32768, 88}));
+    EXPECT_EQ(state_of(falling), (ImaState{-32768, 88}));
 
     for (int& sample : samples) sample = -1 - sample;
     const StreamPtr rising = new_stream(ima_adpcm, mode_encode);
     encoded_by(rising, samples);
-    EXPECT_EQ(state_of(rising), (State{32767, 88}));
+    EXPECT_EQ(state_of(rising), (ImaState{32767, 88}));
 }
 
 TEST(ImaAdpcm, CodesAreThoseOfAnIndependentCoder) {
@@ -245,14 +166,14 @@ TEST(ImaAdpcm, CodesAreThoseOfAnIndependentCoder) {
     EXPECT_EQ(encoded_by(rough, rough_signal(64)),
               bytes({0xFF, 0xFF, 0xC7, 0x35, 0xF0, 0x5E, 0x2B, 0x3B, 0x6B, 0x59, 0x99, 0x58, 0x89, 0x80, 0x80, 0x11,
                      0x4F, 0x82, 0x2E, 0x2B, 0x2C, 0x4A, 0x3A, 0xA6, 0x98, 0x99, 0x87, 0x00, 0xD0, 0x00, 0x11, 0xD1}));
-    EXPECT_EQ(state_of(rough), (State{-1515, 78}));
+    EXPECT_EQ(state_of(rough), (ImaState{-1515, 78}));
 
     std::vector<int> square(12, 32767);
     square.insert(square.end(), 12, -32768);
     const StreamPtr step = new_stream(ima_adpcm, mode_encode);
     EXPECT_EQ(encoded_by(step, square),
               bytes({0x77, 0x77, 0x77, 0x77, 0x77, 0x20, 0xFE, 0x08, 0x80, 0x88, 0x08, 0x80}));
-    EXPECT_EQ(state_of(step), (State{-31031, 78}));
+    EXPECT_EQ(state_of(step), (ImaState{-31031, 78}));
 }
 
 TEST(ImaAdpcm, EveryDifferenceAtEveryStepIsCodedByItsThreshold) {
@@ -267,8 +188,8 @@ TEST(ImaAdpcm, EveryDifferenceAtEveryStepIsCodedByItsThreshold) {
                                          static_cast<std::uint8_t>(sample >> 8 & 0xFF)};
             std::uint8_t code = 0;
             stream->encode(*stream, pcm, &code, 2);
-            State expected = {predictor, index};
-            ASSERT_EQ(code, expected_code(expected, sample) << 4) << index << " " << difference;
+            ImaState expected = {predictor, index};
+            ASSERT_EQ(code, ima_code(expected, sample) << 4) << index << " " << difference;
             ASSERT_EQ(state_of(stream), expected) << index << " " << difference;
             ++tried;
         }
@@ -287,9 +208,9 @@ TEST(ImaAdpcm, EveryCodeAtEveryStepIsDecodedByTheMultiplyForm) {
                 const auto codes = static_cast<std::uint8_t>(byte);
                 std::uint8_t pcm[4] = {};
                 ASSERT_EQ(stream->decode(*stream, &codes, pcm, 1), 4u);
-                State expected = {predictor, index};
-                const int low = expected_sample(expected, byte & 0xF);
-                const int high = expected_sample(expected, byte >> 4);
+                ImaState expected = {predictor, index};
+                const int low = ima_sample(expected, byte & 0xF);
+                const int high = ima_sample(expected, byte >> 4);
                 ASSERT_EQ(static_cast<std::int16_t>(pcm[0] | pcm[1] << 8), low);
                 ASSERT_EQ(static_cast<std::int16_t>(pcm[2] | pcm[3] << 8), high);
                 ASSERT_EQ(state_of(stream), expected);
@@ -312,7 +233,7 @@ TEST(ImaAdpcm, DecoderRoundsOtherwiseThanTheEncoder) {
     EXPECT_EQ(decoded(bytes({0x03}))[0], 5);
     const StreamPtr encoder = new_stream(ima_adpcm, mode_encode);
     EXPECT_EQ(encoded_by(encoder, {5}), bytes({0x30}));
-    EXPECT_EQ(state_of(encoder), (State{4, 0}));
+    EXPECT_EQ(state_of(encoder), (ImaState{4, 0}));
 }
 
 TEST(ImaAdpcm, DecodeClampsThePredictor) {
@@ -344,7 +265,7 @@ TEST(ImaAdpcm, HeaderReplacesTheStateAndIsNotPutOut) {
     // Predictor 0xFE0C = -500, index 10 (step 19), reserved 0xAA. Low 1: 19 / 4 + 19 / 8 = 6; index 9, step 17.
     // High 8: -(17 / 8) = -2; index 8.
     EXPECT_EQ(decoded_by(stream, bytes({0x0C, 0xFE, 10, 0xAA, 0x81})), (std::vector<int>{-494, -496}));
-    EXPECT_EQ(state_of(stream), (State{-496, 8}));
+    EXPECT_EQ(state_of(stream), (ImaState{-496, 8}));
 }
 
 TEST(ImaAdpcm, WithoutTheFlagTheFirstFourBytesAreCodes) {
@@ -366,7 +287,7 @@ TEST(ImaAdpcm, BlockOfAHeaderAloneSetsTheStateAndDecodesToNothing) {
     const StreamPtr stream = new_stream(ima_adpcm, mode_decode);
     stream->flags = codec_flag_block_headers;
     EXPECT_EQ(decoded_by(stream, bytes({0x10, 0x27, 33, 0})).size(), 0u);
-    EXPECT_EQ(state_of(stream), (State{10000, 33}));
+    EXPECT_EQ(state_of(stream), (ImaState{10000, 33}));
 }
 
 TEST(ImaAdpcm, BlockShorterThanItsHeaderDecodesToNothingAndKeepsTheState) {
@@ -375,16 +296,14 @@ TEST(ImaAdpcm, BlockShorterThanItsHeaderDecodesToNothingAndKeepsTheState) {
         stream->flags = codec_flag_block_headers;
         block_of(stream) = {123, 45, 0};
         EXPECT_EQ(decoded_by(stream, slice(bytes({0x10, 0x27, 33, 0}), 0, count)).size(), 0u);
-        EXPECT_EQ(state_of(stream), (State{123, 45}));
+        EXPECT_EQ(state_of(stream), (ImaState{123, 45}));
     }
 }
 
 TEST(ImaAdpcm, StreamTakesMoreInputAfterABlockWithoutCodes) {
     const StreamPtr stream = new_stream(ima_adpcm, mode_decode);
     stream->flags = codec_flag_block_headers;
-    BlockSource source;
-    source.pieces = {bytes({1, 2, 3}), bytes({0, 0, 0, 0}), bytes({0x64, 0, 0, 0, 0x04})};
-    source.attach(*stream);
+    BlockSource source(stream, {bytes({1, 2, 3}), bytes({0, 0, 0, 0}), bytes({0x64, 0, 0, 0, 0x04})});
     EXPECT_EQ(pcm_samples(read_from(*stream, 100)), (std::vector<int>{107, 108}));  // 100 + 7, + 9 / 8
     EXPECT_EQ(source.asked.size(), 4u);
 }
@@ -392,24 +311,21 @@ TEST(ImaAdpcm, StreamTakesMoreInputAfterABlockWithoutCodes) {
 TEST(ImaAdpcm, EachPieceThatTheDecoderPullsHasItsOwnHeader) {
     const StreamPtr stream = new_stream(ima_adpcm, mode_decode, 5);
     stream->flags = codec_flag_block_headers;
-    BlockSource source;
-    source.pieces = {bytes({0x64, 0, 0, 0, 0x04}), bytes({0x9C, 0xFF, 0, 0, 0x04})};
-    source.attach(*stream);
+    BlockSource source(stream, {bytes({0x64, 0, 0, 0, 0x04}), bytes({0x9C, 0xFF, 0, 0, 0x04})});
     EXPECT_EQ(pcm_samples(read_from(*stream, 100)), (std::vector<int>{107, 108, -93, -92}));
     EXPECT_EQ(source.asked, (std::vector<int>{5, 5, 5}));
 }
 
 TEST(ImaAdpcm, EachBlockIs2048BytesOfWhichThe1024CodesComeFirst) {
     const StreamPtr stream = new_stream(ima_adpcm, mode_encode);
-    BlockSink sink;
-    sink.attach(*stream);
+    BlockSink sink(stream);
     const std::vector<int> samples = voice_like(5 * 2048 + 1);
     write_to(*stream, pcm_bytes(samples));
     ASSERT_EQ(sink.blocks.size(), 5u);
-    State state = {0, 0};
+    ImaState state = {0, 0};
     for (std::size_t block = 0; block < 5; ++block) {
         const auto first = samples.begin() + static_cast<std::ptrdiff_t>(block * 2048);
-        Bytes expected = expected_codes(state, std::vector<int>(first, first + 2048));
+        Bytes expected = ima_codes(state, std::vector<int>(first, first + 2048));
         expected.resize(2048);
         EXPECT_EQ(sink.blocks[block], expected) << block;
     }
@@ -419,16 +335,15 @@ TEST(ImaAdpcm, EachBlockIs2048BytesOfWhichThe1024CodesComeFirst) {
 TEST(ImaAdpcm, SmallestAndLargestBlocksAreZeroBehindTheirCodes) {
     for (const std::int16_t block_bytes : Sizes{1, 2, 3, 8191}) {
         const StreamPtr stream = new_stream(ima_adpcm, mode_encode, block_bytes);
-        BlockSink sink;
-        sink.attach(*stream);
+        BlockSink sink(stream);
         const std::vector<int> samples = voice_like(4 * block_bytes + 1);
         write_to(*stream, pcm_bytes(samples));
         ASSERT_EQ(sink.blocks.size(), 2u);
-        State state = {0, 0};
+        ImaState state = {0, 0};
         for (std::size_t block = 0; block < 2; ++block) {
             const auto count = static_cast<std::size_t>(2 * block_bytes);
             const auto first = samples.begin() + static_cast<std::ptrdiff_t>(block * count);
-            Bytes expected = expected_codes(state, std::vector<int>(first, first + std::ptrdiff_t(count)));
+            Bytes expected = ima_codes(state, std::vector<int>(first, first + std::ptrdiff_t(count)));
             expected.resize(count);
             EXPECT_EQ(sink.blocks[block], expected);
         }
@@ -446,8 +361,8 @@ TEST(ImaAdpcm, StateRunsOnFromOneFileIntoTheNext) {
     second_file.attach(*stream);
     write_to(*stream, slice(pcm, 5000, pcm.size() - 5000));
 
-    State state = {0, 0};
-    const Bytes codes = expected_codes(state, std::vector<int>(samples.begin(), samples.begin() + 4096));
+    ImaState state = {0, 0};
+    const Bytes codes = ima_codes(state, std::vector<int>(samples.begin(), samples.begin() + 4096));
     ASSERT_EQ(first_file.blocks.size(), 1u);
     ASSERT_EQ(second_file.blocks.size(), 1u);
     EXPECT_EQ(slice(first_file.blocks[0], 0, 1024), slice(codes, 0, 1024));

@@ -3,9 +3,9 @@
 
 #include "codec/stream_tools.h"
 
-TEST(LinearPcm, BothModesHaveABlockOf1024BytesAndNoOutputBuffer) {
+TEST(LinearPcm, EveryModeAndBlockSizeHasABlockOf1024BytesAndNoOutputBuffer) {
     for (const int mode : {mode_encode, mode_decode, 2, -1}) {
-        const StreamPtr stream = new_stream(linear_pcm, mode);
+        const StreamPtr stream = new_stream(linear_pcm, mode, 32767);
         EXPECT_EQ(stream->ibuff_bytes, 1024);
         EXPECT_EQ(stream->obuff_bytes, 0);
         EXPECT_NE(stream->ibuff, nullptr);
@@ -25,8 +25,7 @@ TEST(LinearPcm, OutputFormatEqualsInputFormat) {
 
 TEST(LinearPcm, BytesComeOutUnchangedInPiecesOf1024) {
     const StreamPtr stream = new_stream(linear_pcm, mode_encode);
-    BlockSink sink;
-    sink.attach(*stream);
+    BlockSink sink(stream);
     const Bytes data = counting_bytes(3 * 1024 + 1);
     write_to(*stream, data);
     EXPECT_EQ(sink.blocks,
@@ -36,14 +35,6 @@ TEST(LinearPcm, BytesComeOutUnchangedInPiecesOf1024) {
 TEST(LinearPcm, BytesAreReadUnchanged) {
     const StreamPtr stream = new_stream(linear_pcm, mode_decode);
     const Bytes data = counting_bytes(2000);
-    BlockSource source;
-    source.pieces = {slice(data, 0, 1024), slice(data, 1024, 976)};
-    source.attach(*stream);
+    BlockSource source(stream, {slice(data, 0, 1024), slice(data, 1024, 976)});
     EXPECT_EQ(read_from(*stream, 5000), data);
-}
-
-TEST(LinearPcm, RequestedBlockSizeIsIgnored) {
-    const StreamPtr stream = new_stream(linear_pcm, mode_encode, 32767);
-    EXPECT_EQ(stream->block_bytes, 32767);
-    EXPECT_EQ(stream->ibuff_bytes, 1024);
 }

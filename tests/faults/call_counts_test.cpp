@@ -17,10 +17,7 @@ struct CountRow {
 constexpr CountRow count_rows[] = {
     {Call::allocation, 6,  3 }, // stream and IBUFF, then name and RiffFile of each file; or the audio control
     {Call::fopen,      7,  3 }, // a raw recording is opened twice, a WAVE file truncated and opened
-    {Call::fwrite,     23, 0 }, // of each file 6 for the head, 2 for the data header, 2 sizes; and 3 pieces
     {Call::fread,      7,  7 }, // the attempts
-    {Call::fseek,      4,  0 }, // two sizes of each file
-    {Call::disk_write, 7,  0 }, // a flush for each piece and each size
     {Call::tcgetattr,  3,  3 }, // the line, then the keyboard for each file
     {Call::tcsetattr,  9,  9 }, // the line raw, local, without flow control, its speed, put back; the keyboard 2 x 2
     {Call::select,     41, 41}, // the keyboard at each turn, the line before each read

@@ -11,12 +11,11 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <filesystem>
 
-#include "faults/disk.h"
 #include "faults/line_vocoder.h"
-#include "program/recordings.h"
+#include "support/allocations.h"
+#include "support/recordings.h"
 
 // The program's own, renamed by the build.
 int quaver_main(int argc, char** argv);
@@ -59,11 +58,6 @@ Report* shared_report() {
 int open_descriptors() {
     const fs::directory_iterator entries("/proc/self/fd");
     return static_cast<int>(std::distance(begin(entries), end(entries)));
-}
-
-bool same_state(const termios& one, const termios& other) {
-    return one.c_iflag == other.c_iflag && one.c_oflag == other.c_oflag && one.c_cflag == other.c_cflag &&
-           one.c_lflag == other.c_lflag && std::memcmp(one.c_cc, other.c_cc, sizeof one.c_cc) == 0;
 }
 
 void write_recordings(const TempDir& dir) {
@@ -128,7 +122,6 @@ void set_the_stage(const Conversion& conversion, const Stage& stage) {
     arguments.push_back(nullptr);
 
     stage.report->descriptors_before = open_descriptors();
-    use_real_files(conversion.file_limit.has_value());
     faults_begin(conversion.fault, stage.report);
     const int status = quaver_main(static_cast<int>(texts.size()), arguments.data());
     std::fflush(stdout);

@@ -28,7 +28,7 @@ struct Conversion {
     std::vector<std::string> recordings = both_recordings;
     char key = 'x';  // pressed when the vocoder hears its first frame
     Fault fault = {};
-    std::optional<std::size_t> file_limit = {};  // bytes that a file may have; files are then the system's own
+    std::optional<std::size_t> file_limit = {};  // bytes that a file may have
     std::string first_wave_device = {};          // a device that the first recording's WAVE file is a link to
     Bytes first_wave_before = {};                // that file as it is beforehand, when not empty
     bool console_full = false;                   // standard output and error take nothing

@@ -10,13 +10,13 @@
 #include <vector>
 
 #include "faults/conversion.h"
-#include "support/temp_dir.h"
+#include "support/messages.h"
+#include "support/recordings.h"
+#include "support/wave.h"
 
 enum class Recording { first, second };
 
 // Messages of the program.
-inline const std::string no_chunk_id = "RIFF: unable to write chunk ID !\n";
-inline const std::string no_integer = "RIFF: unable to write integer !\n";
 inline const std::string no_peek = "PEEK: -1\n";
 inline const std::string no_get_state = "KB: unable to get current state !\n";
 inline const std::string no_set_state = "KB: unable to get set new state !\n";
@@ -65,15 +65,6 @@ Expected run_of(Mode mode, const FileOutcome& first, const FileOutcome& second);
 Expected ended_at_start(const std::string& out, const std::string& err);
 // The vocoder could not be had.
 Expected ended_without_vocoder(Mode mode);
-
-std::string banner();
-std::string codec_line(const std::string& name = "Linear PCM");
-
-// The first 36 bytes of a linear PCM file, with that outer size; a "data" header; two together with the true sizes.
-Bytes wave_head(unsigned outer_size);
-Bytes data_head(unsigned size);
-// The whole file, cut in front of "data" when there is no audio.
-Bytes wave_of(const Bytes& audio);
 
 // The pieces of 1024 bytes that the codec stream hands on: 2 in the first recording, 1 in the second.
 Bytes piece(int number);  // 1 to 3

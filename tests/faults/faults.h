@@ -11,14 +11,7 @@ enum class Call {
     none,
     allocation,  // malloc, calloc, gsm_create
     fopen,
-    fwrite,  // but for standard output and error
     fread,
-    fseek,
-    // What stdio asks of the file system behind these and behind fgetc, fflush, ftell and fclose.
-    disk_read,       // of a recording
-    disk_read_back,  // of a WAVE file
-    disk_write,
-    disk_seek,  // in a WAVE file
     tcgetattr,
     tcsetattr,
     select,
@@ -53,6 +46,7 @@ constexpr Fault from(Call call, int first) {
 struct Report {
     std::array<int, call_kinds> calls;  // made, failed ones included
     int held_before_files;              // allocations, when the vocoder was started
+    int held_at_close;                  // when it was closed
     int held_at_end;
     int descriptors_before;  // open ones
     int descriptors_after;
@@ -68,12 +62,3 @@ void faults_end();
 
 // Counts a call; true, with errno set, when it is one that fails.
 bool fails(Call call);
-
-// Allocations of the program that were not freed.
-int allocations_held();
-
-extern "C" {
-ssize_t __real_read(int descriptor, void* buffer, std::size_t length);
-ssize_t __real_write(int descriptor, const void* buffer, std::size_t length);
-std::FILE* __real_fopen(const char* path, const char* mode);
-}

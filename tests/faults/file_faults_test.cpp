@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include "faults/expected.h"
-#include "program/recordings.h"
 
 namespace {
 
@@ -16,10 +15,6 @@ struct FileRow {
 
 FileOutcome not_found(Mode mode, Recording recording) {
     return without_wave(refused(mode, recording, ": NOT FOUND\n"));
-}
-
-FileOutcome short_file(Mode mode, Recording recording) {
-    return without_wave(refused(mode, recording, ": SHORT FILE\n"));
 }
 
 // Whether there is an empty file then depends on what failed: its creation or the opening after it.
@@ -103,7 +98,7 @@ TEST(FilesThatDoNotOpen, FailTheirOwnRecordingOnlyInPlayMode) {
 
 // The result of the truncation is not looked at: what is there is written over and keeps its own end.
 TEST(FilesThatDoNotOpen, WaveFileThatIsNotTruncatedKeepsItsOldEnd) {
-    const Bytes proper = wave_of(piece(1) + piece(2));
+    const Bytes proper = pcm_file(piece(1) + piece(2));
     const Bytes before(proper.size() + 100, 0xEE);
     expect_run({.fault = only(Call::fopen, 3), .first_wave_before = before},
                run_of(Mode::convert,
@@ -122,25 +117,6 @@ TEST_P(FileFaults, FrameThatCannotBeReadEndsItsRecording) {
         {7, first_well,     second_well,     second_well    },
     };
     expect_rows(mode, Call::fread, rows);
-}
-
-// Twenty bytes come with each read of the disk. The raw recording has 36 and is begun twice, the other one has 74, with
-// records that end at 45 and 74.
-TEST_P(FileFaults, DiskThatCannotBeReadEndsTheRecordingLikeItsEnd) {
-    const FileOutcome first_short = short_file(mode, Recording::first);
-    const FileOutcome second_short = short_file(mode, Recording::second);
-    const std::vector<FileRow> rows = {
-        {1, first_short,    second_well,     second_short   },
-        {2, first_before_1, second_well,     second_short   },
-        {3, first_before_2, second_well,     second_short   },
-        {4, first_well,     second_well,     second_short   }, // it was the end
-        {5, first_well,     second_short,    second_short   },
-        {6, first_well,     second_before_1, second_before_1},
-        {7, first_well,     second_before_1, second_before_1},
-        {8, first_well,     second_before_2, second_before_2},
-        {9, first_well,     second_well,     second_well    },
-    };
-    expect_rows(mode, Call::disk_read, rows);
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, FileFaults, testing::Values(Mode::convert, Mode::play), mode_name);

@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 
 #include "faults/expected.h"
-#include "program/recordings.h"
 
 namespace {
 

@@ -11,7 +11,8 @@
 
 #include "link/dongle.h"
 #include "link/tio.h"
-#include "program/recordings.h"
+#include "support/allocations.h"
+#include "support/recordings.h"
 
 namespace {
 
@@ -59,7 +60,7 @@ void hear_frame(int number) {
     const Bytes audio = decoded(number);
     Bytes sent;
     for (std::size_t i = 0; i < audio.size(); i += block_bytes) {
-        sent = sent + packet(pcm_block_type, first_bytes(from_byte(audio, i), block_bytes));
+        sent = sent + packet(pcm_block_type, slice(audio, i, block_bytes));
     }
     answer(sent + request);
 }
@@ -89,7 +90,7 @@ int report_silence(int* type) {
 Bytes decoded(int number) {
     static const Bytes all = test_blocks(recorded_frames * blocks_of_a_frame);
     const std::size_t frame_audio_bytes = blocks_of_a_frame * block_bytes;
-    return first_bytes(from_byte(all, static_cast<std::size_t>(number - 1) * frame_audio_bytes), frame_audio_bytes);
+    return slice(all, static_cast<std::size_t>(number - 1) * frame_audio_bytes, frame_audio_bytes);
 }
 
 void plug_in_vocoder(Pty& line, Pty& keyboard, char key, Report* report) {
@@ -135,6 +136,7 @@ int dongle_recv(int* type, unsigned char* buffer, int) {
 }
 
 void dongle_close(int) {
+    vocoder.report->held_at_close = allocations_held();
     tio_close();
 }
 

@@ -43,9 +43,7 @@ TEST_F(KeyboardInSignal, LeavesErrnoAndTheErrorTextAsTheyWereAndPrintsNothing) {
     kb_raw_on();
     const std::string text_before = last_error();
     const Output output = output_of([] {
-        libc_calls().failures = {
-            {"tcsetattr", EIO}
-        };
+        libc_calls().failures["tcsetattr"] = EIO;
         errno = ERANGE;
         kb_raw_off_in_signal();
         EXPECT_EQ(errno, ERANGE);
@@ -65,9 +63,7 @@ TEST_F(KeyboardInSignal, DoesNothingOutsideRawMode) {
 TEST_F(KeyboardInSignal, TriesAgainAfterARawOffThatFailed) {
     const termios found = pty.state();
     kb_raw_on();
-    libc_calls().failures = {
-        {"tcsetattr", EIO}
-    };
+    libc_calls().failures["tcsetattr"] = EIO;
     output_of([] { kb_raw_off(); });
     reset_libc_calls();
     kb_raw_off_in_signal();

@@ -29,6 +29,11 @@ class LineFixture : public testing::Test {
         return descriptor;
     }
 
+    static void expect_line_closed() {
+        EXPECT_EQ(tio_write("x", 1), -1);
+        EXPECT_EQ(last_error(), "write error (9) on -1");
+    }
+
     static std::string last_error() { return tio_last_error(); }
     static tcflag_t control_flags() { return tio_working_state()->c_cflag; }
 
@@ -44,9 +49,3 @@ class LineFixture : public testing::Test {
         reset_libc_calls();
     }
 };
-
-// Two states alike in all that the system keeps.
-inline bool same_state(const termios& a, const termios& b) {
-    return a.c_iflag == b.c_iflag && a.c_oflag == b.c_oflag && a.c_cflag == b.c_cflag && a.c_lflag == b.c_lflag &&
-           a.c_line == b.c_line && memcmp(a.c_cc, b.c_cc, sizeof a.c_cc) == 0;
-}

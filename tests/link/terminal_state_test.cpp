@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Terminal states: read, applied, and rewritten into raw mode.
-#include <utility>
-
 #include "line_fixture.h"
 
 namespace {
@@ -46,10 +44,7 @@ TEST_F(TerminalState, NegativeDescriptorIsPassedOver) {
 TEST_F(TerminalState, DescriptorThatIsNoTerminalIsAcceptedSilently) {
     const std::string text_before = last_error();
     for (const int error : {ENOTTY, EINVAL}) {
-        libc_calls().failures = {
-            {"tcgetattr", error},
-            {"tcsetattr", error}
-        };
+        libc_calls().failures["tcgetattr"] = libc_calls().failures["tcsetattr"] = error;
         termios state = state_of_ones();
         EXPECT_EQ(TIO_Gstate(pty.device(), &state), 0);
         EXPECT_EQ(errno, error);
@@ -61,47 +56,42 @@ TEST_F(TerminalState, DescriptorThatIsNoTerminalIsAcceptedSilently) {
 
 TEST_F(TerminalState, AnyOtherFailureReturnsMinusOneWithErrnoInTheText) {
     termios state = {};
-    for (const auto& [error, number] : {
-             std::pair{EIO,   "5"},
-             std::pair{EBADF, "9"},
-             std::pair{EINTR, "4"}
-    }) {
-        libc_calls().failures = {
-            {"tcgetattr", error},
-            {"tcsetattr", error}
-        };
+    for (const int error : {EIO, EBADF, EINTR}) {
+        libc_calls().failures["tcgetattr"] = libc_calls().failures["tcsetattr"] = error;
         EXPECT_EQ(TIO_Gstate(pty.device(), &state), -1);
-        EXPECT_EQ(last_error(), std::string("TIO_Gstate: ") + number);
+        EXPECT_EQ(last_error(), "TIO_Gstate: " + std::to_string(error));
         EXPECT_EQ(TIO_Sstate(pty.device(), &state), -1);
-        EXPECT_EQ(last_error(), std::string("TIO_Sstate: ") + number);
+        EXPECT_EQ(last_error(), "TIO_Sstate: " + std::to_string(error));
     }
 }
 
-TEST_F(TerminalState, RawModeOfTheLine) {
-    termios state = state_of_ones();
-    EXPECT_EQ(tio_raw_mode(&state, 0), 0);
-    EXPECT_EQ(state.c_iflag, 5U);  // IGNBRK | IGNPAR
-    EXPECT_EQ(state.c_oflag, 0U);
-    EXPECT_EQ(state.c_lflag, 0xFFFFFFFFU & ~0xE7AU);
-    EXPECT_EQ(state.c_cflag, 0x800004B0U | B9600);
-}
-
-TEST_F(TerminalState, RawModeOfTheConsole) {
-    termios state = state_of_ones();
-    state.c_lflag = ~tcflag_t{ISIG};
-    EXPECT_EQ(tio_raw_mode(&state, 1), 0);
-    EXPECT_EQ(state.c_iflag, 4U);                     // IGNPAR
-    EXPECT_EQ(state.c_oflag, 5U);                     // OPOST | ONLCR
-    EXPECT_EQ(state.c_lflag, 0xFFFFFFFFU & ~0xE7AU);  // ISIG, bit 0, is set
-    EXPECT_EQ(state.c_cflag, 0x800004B0U | B9600);
-}
-
-TEST_F(TerminalState, RawModeOfTheLineLeavesSignalsAsFound) {
-    for (const tcflag_t found : {tcflag_t{0}, tcflag_t{ISIG | NOFLSH}}) {
+TEST_F(TerminalState, RawModeOfTheLineAndOfTheConsole) {
+    const struct {
+        int console;
+        tcflag_t iflag, oflag;
+    } rows[] = {
+        {0, 5U, 0U}, // IGNBRK | IGNPAR
+        {1, 4U, 5U}, // IGNPAR; OPOST | ONLCR
+    };
+    for (const auto& row : rows) {
         termios state = state_of_ones();
-        state.c_lflag = found | ICANON | ECHO;
-        tio_raw_mode(&state, 0);
-        EXPECT_EQ(state.c_lflag, found);
+        EXPECT_EQ(tio_raw_mode(&state, row.console), 0);
+        EXPECT_EQ(state.c_iflag, row.iflag);
+        EXPECT_EQ(state.c_oflag, row.oflag);
+        EXPECT_EQ(state.c_lflag, 0xFFFFFFFFU & ~0xE7AU);
+        EXPECT_EQ(state.c_cflag, 0x800004B0U | B9600);
+    }
+}
+
+TEST_F(TerminalState, RawModeOfTheConsoleSetsSignalsAndThatOfTheLineLeavesThemAsFound) {
+    for (const tcflag_t found : {tcflag_t{0}, tcflag_t{NOFLSH}, tcflag_t{ISIG | NOFLSH}}) {
+        termios line = state_of_ones();
+        line.c_lflag = found | ICANON | ECHO;
+        termios console = line;
+        tio_raw_mode(&line, 0);
+        tio_raw_mode(&console, 1);
+        EXPECT_EQ(line.c_lflag, found);
+        EXPECT_EQ(console.c_lflag, found | ISIG);
     }
 }
 

@@ -55,9 +55,7 @@ TEST_F(SerialLineRead, WithNoLineOpenReturnsZeroInSilence) {
 TEST_F(SerialLineRead, LineThatCannotBeAskedPrintsThePeekAndReturnsIt) {
     open_line();
     const Output output = output_of([] {
-        libc_calls().failures = {
-            {"select", EBADF}
-        };
+        libc_calls().failures["select"] = EBADF;
         char byte = 'u';
         EXPECT_EQ(tio_read(&byte, 1), -1);
     });
@@ -69,9 +67,7 @@ TEST_F(SerialLineRead, FailureReturnsMinusOneWithErrnoAndDescriptorInTheText) {
     const int descriptor = open_line();
     pty.send("a");
     ASSERT_TRUE(pty.has_input());
-    libc_calls().failures = {
-        {"read", EREMOTEIO}
-    };
+    libc_calls().failures["read"] = EREMOTEIO;
     char byte = 'u';
     const Output output = output_of([&byte] { EXPECT_EQ(tio_read(&byte, 1), -1); });
     EXPECT_EQ(output.out + output.err, "");

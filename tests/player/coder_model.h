@@ -4,12 +4,10 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <span>
 
-#include "support/temp_dir.h"
-
-struct CodecStream;
+#include "support/stream_release.h"
+#include "support/wave.h"
 
 // A format that can be chosen, with what its file's head and its coder look like.
 struct CodedFormat {
@@ -30,16 +28,10 @@ inline constexpr CodedFormat coded_formats[] = {
 
 const CodedFormat& coded_format(std::uint32_t tag);
 
-// Releases what the program never does: a codec stream with everything that it owns.
-void release_codec_stream(CodecStream* stream);
-
 // Waits for whole blocks across files, as the program does. The codes themselves are the codec's own.
 class CoderModel {
   public:
     explicit CoderModel(std::uint32_t tag);
-    ~CoderModel();
-    CoderModel(const CoderModel&) = delete;
-    CoderModel& operator=(const CoderModel&) = delete;
 
     // Appends to `data` what comes out while `pcm` goes in.
     void write(std::span<const std::uint8_t> pcm, Bytes& data);
@@ -49,6 +41,6 @@ class CoderModel {
 
   private:
     const CodedFormat& format_;
-    CodecStream* coder_;  // null for linear PCM
-    Bytes waiting_;
+    StreamPtr coder_;  // null for linear PCM
+    StreamModel stream_;
 };

@@ -1,7 +1,8 @@
 # SPDX-License-Identifier: MIT
 # The whole program in the process of a test, or of a fuzz target: main() under another name, the stand-ins, the models.
 set(in_process coder_model.cpp program_model.cpp program_run.cpp pump_model.cpp random_walk.cpp stand_in_dongle.cpp
-    stand_in_system.cpp surroundings.cpp walk.cpp ../support/temp_dir.cpp)
+    stand_in_system.cpp surroundings.cpp walk.cpp ../support/bytes.cpp ../support/temp_dir.cpp
+    ../support/wave.cpp)
 set(main ${PROJECT_SOURCE_DIR}/src/player/main.cpp)
 list(TRANSFORM in_process PREPEND ${CMAKE_CURRENT_LIST_DIR}/
     OUTPUT_VARIABLE in_process_sources)

@@ -99,7 +99,7 @@ ProgramOutcome run_program_in_process(const ProgramRun& run, const std::string& 
         outcome.trace = surroundings().trace;
         outcome.answers_given = surroundings().answers_given;
     }
-    release_codec_stream(stream_of_the_run);
+    if (stream_of_the_run != nullptr) StreamRelease()(stream_of_the_run);
     stream_of_the_run = nullptr;
     outcome.wave_files = read_wave_files(run.walk, directory);
     return outcome;

@@ -3,17 +3,13 @@
 // makes many, and the leak check would name them.
 #pragma once
 
-#include <cstdlib>
-
 #include "player/player.h"
+#include "support/stream_release.h"
 
 struct StreamOwner {
     Player& player;
 
     ~StreamOwner() {
-        if (!player.stream) return;
-        std::free(player.stream->ibuff);
-        std::free(player.stream->obuff);
-        std::free(player.stream);
+        if (player.stream) StreamRelease()(player.stream);
     }
 };

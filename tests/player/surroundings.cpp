@@ -71,16 +71,6 @@ void trace_text(std::vector<std::string>& trace, const std::string& stream, cons
     trace.back() += escaped(text);
 }
 
-std::string hex(const std::uint8_t* bytes, std::size_t count) {
-    static const char digits[] = "0123456789abcdef";
-    std::string text;
-    for (std::size_t i = 0; i < count; i++) {
-        text += digits[bytes[i] >> 4];
-        text += digits[bytes[i] & 15];
-    }
-    return text;
-}
-
 std::string block_text(const std::uint8_t* bytes) {
     if (std::all_of(bytes, bytes + block_bytes, [](std::uint8_t byte) { return byte == 0; })) return "silence";
     std::uint32_t digest = 2166136261U;  // FNV-1a

@@ -75,7 +75,6 @@ class TracedRun {
 void trace_call(std::vector<std::string>& trace, const std::string& call);
 // Adjoining texts of one stream are one line.
 void trace_text(std::vector<std::string>& trace, const std::string& stream, const std::string& text);
-std::string hex(const std::uint8_t* bytes, std::size_t count);
 // "silence", or enough of the block to tell it from others.
 std::string block_text(const std::uint8_t* bytes);
 

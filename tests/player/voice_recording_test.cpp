@@ -3,50 +3,23 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <numeric>
 #include <string>
 
 #include "support/capture.h"
+#include "support/recordings.h"
 #include "support/temp_dir.h"
 
 namespace {
 
-constexpr std::size_t frame_bytes = 12;
+using Frames = std::vector<Bytes>;
 
-Bytes operator+(Bytes left, const Bytes& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
-Bytes repeated(int value, std::size_t count) {
-    return Bytes(count, static_cast<std::uint8_t>(value));
-}
-
-// A frame of twelve consecutive values.
-Bytes frame_from(int first) {
-    Bytes frame(frame_bytes);
-    std::iota(frame.begin(), frame.end(), static_cast<std::uint8_t>(first));
-    return frame;
-}
-
-const Bytes header = bytes_of("DVTOOL") + bytes({0, 0xAA, 0xBB, 0xCC});
-
-Bytes with_length(const Bytes& body) {
-    return bytes({static_cast<int>(body.size() & 0xFF), static_cast<int>(body.size() >> 8)}) + body;
-}
-
-// 15 bytes before the frame, none of them 0.
-Bytes record(const Bytes& frame) {
-    return with_length(repeated(0x11, 15) + frame);
-}
-
-const Bytes first_record = with_length(repeated(0x77, 56));
+const Bytes no_frame_byte = zeros(frame_bytes);
+constexpr std::size_t frames_without_input = 65536;
 
 struct Reading {
     int result = 0;
-    std::string out;
-    std::vector<Bytes> frames;
+    Output output;
+    Frames frames;
 };
 
 // Opens a file of `content` and reads at most `limit` frames, each put through `change` first.
@@ -55,7 +28,7 @@ Reading reading_of(const Bytes& content, std::size_t limit = 100, void (*change)
     write_file(dir / "rec", content);
     static VoiceRecording recording;
     Reading reading;
-    reading.out = output_of([&] { reading.result = voice_recording_open(recording, (dir / "rec").c_str()); }).out;
+    reading.output = output_of([&] { reading.result = voice_recording_open(recording, (dir / "rec").c_str()); });
     if (reading.result < 0) return reading;
     while (reading.frames.size() < limit) {
         const std::optional<VoiceFrame> frame = voice_recording_next(recording);
@@ -67,171 +40,121 @@ Reading reading_of(const Bytes& content, std::size_t limit = 100, void (*change)
     return reading;
 }
 
-std::vector<Bytes> frames_of(const Bytes& content, std::size_t limit = 100) {
-    return reading_of(content, limit).frames;
+Output opening_of(const std::string& path) {
+    static VoiceRecording recording;
+    return output_of([&] { EXPECT_EQ(voice_recording_open(recording, path.c_str()), -1); });
 }
 
-using Frames = std::vector<Bytes>;
+// A record with frame 1, its first two bytes replaced: they are what a missing length is made of.
+Bytes record_beginning(int first, int second) {
+    return bytes({first, second}) + from_byte(record(frame(1)), 2);
+}
+
+void expect_frames(const char* what, const Bytes& content, const Frames& expected) {
+    EXPECT_EQ(reading_of(content).frames, expected) << what;
+}
 
 }  // namespace
 
-TEST(VoiceRecording, MissingFileIsNotFound) {
-    static VoiceRecording recording;
-    int result = 0;
-    const Output output = output_of([&] { result = voice_recording_open(recording, "/nonexistent/rec.ambe"); });
-    EXPECT_EQ(result, -1);
-    EXPECT_EQ(output.out, ": NOT FOUND\n");
-    EXPECT_EQ(output.err, "");
+TEST(VoiceRecording, MissingFileIsNotFoundAndADirectoryIsAShortFile) {
+    const TempDir dir;
+    EXPECT_EQ(opening_of(dir / "missing").out, ": NOT FOUND\n");
+    EXPECT_EQ(opening_of(dir / "missing").err, "");
+    EXPECT_EQ(opening_of(dir.path()).out, ": SHORT FILE\n");
 }
 
 TEST(VoiceRecording, FewerThanTenBytesAreAShortFile) {
     for (std::size_t size = 0; size < 10; size++) {
-        const Reading reading = reading_of(repeated('D', size));
+        const Reading reading = reading_of(Bytes(size, 'D'));
         EXPECT_EQ(reading.result, -1) << size;
-        EXPECT_EQ(reading.out, ": SHORT FILE\n") << size;
+        EXPECT_EQ(reading.output.out, ": SHORT FILE\n") << size;
     }
 }
 
-TEST(VoiceRecording, DirectoryIsAShortFile) {
-    const TempDir dir;
-    static VoiceRecording recording;
-    const Output output = output_of([&] { EXPECT_EQ(voice_recording_open(recording, dir.path().c_str()), -1); });
-    EXPECT_EQ(output.out, ": SHORT FILE\n");
-}
-
 TEST(VoiceRecording, DvtoolFormIsSaidAndRawFormIsNot) {
-    EXPECT_EQ(reading_of(header + first_record).out, " (DVTOOL)");
-    EXPECT_EQ(reading_of(repeated(1, 12)).out, "");
+    EXPECT_EQ(reading_of(dvtool_recording({})).output.out, " (DVTOOL)");
+    EXPECT_EQ(reading_of(raw_recording(frames(1))).output.out, "");
 }
 
-TEST(VoiceRecording, TenBytesOfRawFormYieldNoFrame) {
-    const Reading reading = reading_of(repeated(1, 10));
-    EXPECT_EQ(reading.result, 0);
-    EXPECT_EQ(reading.frames, Frames{});
+TEST(VoiceRecording, RawFormIsFramesFromItsFirstByteOn) {
+    const Bytes seventh_byte_1 = bytes_of("DVTOOL\1") + Bytes(17, 5);
+    const Bytes lower_case = bytes_of("dVTOOL") + Bytes(18, 0);
+    expect_frames("ten bytes", Bytes(10, 1), {});
+    expect_frames("two frames", raw_recording(frames(2)), frames(2));
+    expect_frames("partial frame at the end", raw_recording(frames(2)) + Bytes(6, 9), frames(2));
+    expect_frames("seventh byte not zero", seventh_byte_1, {first_bytes(seventh_byte_1, 12), Bytes(12, 5)});
+    expect_frames("lower-case letter", lower_case, {first_bytes(lower_case, 12), zeros(12)});
 }
 
-TEST(VoiceRecording, TenBytesOfDvtoolYieldNoFrame) {
-    EXPECT_EQ(frames_of(header), Frames{});
+TEST(VoiceRecording, FirstRecordIsSkippedWholeWhateverItsSizeAndTheHeadersLastBytes) {
+    const Bytes two_records = with_length(record(frame(1))) + with_length(record(frame(2)));
+    for (const std::size_t size : {0U, 1U, 27U, 56U, 256U, 65535U})
+        EXPECT_EQ(reading_of(dvtool_header() + with_length(Bytes(size, 0xCC)) + two_records).frames, frames(2)) << size;
+    EXPECT_EQ(reading_of(bytes_of("DVTOOL") + bytes({0, 0xFF, 0xFF, 0xFF, 0, 0}) + two_records).frames, frames(2));
 }
 
-TEST(VoiceRecording, SeventhByteNotZeroIsRaw) {
-    const Bytes content = bytes_of("DVTOOLx") + repeated(5, 17);
-    EXPECT_EQ(frames_of(content), (Frames{Bytes(content.begin(), content.begin() + 12), repeated(5, 12)}));
-}
-
-TEST(VoiceRecording, RawFramesBeginAtTheFirstByte) {
-    EXPECT_EQ(frames_of(frame_from(1) + frame_from(101)), (Frames{frame_from(1), frame_from(101)}));
-}
-
-TEST(VoiceRecording, PartialRawFrameIsDropped) {
-    EXPECT_EQ(frames_of(frame_from(1) + frame_from(101) + repeated(9, 6)), (Frames{frame_from(1), frame_from(101)}));
-}
-
-TEST(VoiceRecording, FirstRecordIsSkippedAndTheFrameIsBytes15To26) {
-    EXPECT_EQ(frames_of(header + first_record + record(frame_from(30)) + record(frame_from(60))),
-              (Frames{frame_from(30), frame_from(60)}));
-}
-
-TEST(VoiceRecording, FirstRecordMayBeEmpty) {
-    EXPECT_EQ(frames_of(header + bytes({0, 0}) + record(frame_from(30))), Frames{frame_from(30)});
-}
-
-TEST(VoiceRecording, BytesAfterTheFrameAreNotRead) {
-    const Bytes longer = with_length(repeated(0x11, 15) + frame_from(30) + repeated(0x99, 300));
-    EXPECT_EQ(frames_of(header + first_record + longer + record(frame_from(60))),
-              (Frames{frame_from(30), frame_from(60)}));
-}
-
-TEST(VoiceRecording, RecordOf65535BytesIsReadWhole) {
-    const Bytes largest = with_length(repeated(0x11, 15) + frame_from(30) + repeated(0x99, 65535 - 27));
-    EXPECT_EQ(frames_of(header + first_record + largest + record(frame_from(60))),
-              (Frames{frame_from(30), frame_from(60)}));
-}
-
-TEST(VoiceRecording, LengthHasItsLowByteFirst) {
-    const Bytes record_of_513 = bytes({0x01, 0x02}) + repeated(0x11, 15) + frame_from(30) + repeated(0x99, 513 - 27);
-    EXPECT_EQ(frames_of(header + first_record + record_of_513 + record(frame_from(60))).size(), 2u);
-}
-
-TEST(VoiceRecording, FirstRecordLongerThanTheFileYieldsNoFrame) {
-    // The length of the skipped record is 0x0101, then the file ends: the stale length 0x0101 is not there either.
-    EXPECT_EQ(frames_of(header + bytes({1, 1}) + repeated(0x22, 60)), Frames{});
+TEST(VoiceRecording, FrameIsBytes15To26OfARecordOfAnyLength) {
+    for (const std::size_t size : {27U, 28U, 400U, 513U, 0x8000U, 0xFF00U, 65535U}) {  // low byte first, unsigned
+        const Bytes content =
+            dvtool_recording({record(frame(1)) + Bytes(size - 27, 0x20), record(frame(2)) + Bytes(size - 27, 0x20)});
+        EXPECT_EQ(reading_of(content).frames, frames(2)) << size;
+        EXPECT_EQ(reading_of(first_bytes(content, content.size() - 1)).frames, frames(1)) << size << ", cut";
+    }
 }
 
 TEST(VoiceRecording, RecordShorterThanItsLengthEndsTheFile) {
-    const Bytes cut = bytes({27, 0}) + repeated(0x11, 15) + repeated(0x44, 11);
-    EXPECT_EQ(frames_of(header + first_record + record(frame_from(30)) + cut), Frames{frame_from(30)});
+    for (std::size_t kept = 0; kept < 27; kept++) {
+        const Bytes cut = low_first_2(27) + first_bytes(record(frame(2)), kept);
+        EXPECT_EQ(reading_of(dvtool_recording({record(frame(1))}) + cut).frames, frames(1)) << kept;
+    }
 }
 
+// The buffer is zeroed when a file is opened; the skipped first record leaves nothing in it.
 TEST(VoiceRecording, ShortRecordLeavesFrameBytesOfEarlierRecords) {
-    // 20 bytes replace frame bytes 0 to 4 only.
-    const Bytes shorter = with_length(repeated(0x11, 15) + bytes({1, 2, 3, 4, 5}));
-    EXPECT_EQ(frames_of(header + first_record + record(frame_from(30)) + shorter + record(frame_from(60))),
-              (Frames{frame_from(30), bytes({1, 2, 3, 4, 5, 35, 36, 37, 38, 39, 40, 41}), frame_from(60)}));
+    const Bytes of_20 = zeros(15) + bytes({1, 2, 3, 4, 5});
+    const Bytes of_16 = zeros(15) + bytes({9});
+    const Bytes long_first = dvtool_header() + with_length(Bytes(60, 0xCC));
+    expect_frames("20 bytes replace five of the frame", dvtool_recording({record(frame(1)), of_20, record(frame(2))}),
+                  {frame(1), bytes({1, 2, 3, 4, 5}) + from_byte(frame(1), 5), frame(2)});
+    expect_frames("15, 1 and 0 bytes replace none",
+                  dvtool_recording({record(frame(1)), zeros(15), zeros(1), {}, {}, record(frame(2))}),
+                  {frame(1), frame(1), frame(1), frame(1), frame(1), frame(2)});
+    expect_frames("nothing before", dvtool_recording({{}, record(frame(1))}), {no_frame_byte, frame(1)});
+    expect_frames("only the skipped record before", long_first + with_length(of_16) + with_length(record(frame(1))),
+                  {bytes({9}) + zeros(11), frame(1)});
 }
 
-TEST(VoiceRecording, RecordOfLengthZeroRepeatsTheFrameBeforeIt) {
-    EXPECT_EQ(frames_of(header + first_record + record(frame_from(30)) + bytes({0, 0}) + record(frame_from(60))),
-              (Frames{frame_from(30), frame_from(30), frame_from(60)}));
-}
-
-TEST(VoiceRecording, SkippedFirstRecordLeavesNothingInTheBuffer) {
-    // A record of 16 bytes gives one frame byte; the other eleven are the zeros that the buffer began with.
-    const Bytes sixteen = with_length(repeated(0x11, 15) + bytes({9}));
-    EXPECT_EQ(frames_of(header + first_record + sixteen + record(frame_from(60))),
-              (Frames{bytes({9, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}), frame_from(60)}));
-}
-
-TEST(VoiceRecording, BufferIsZeroedWhenTheNextFileIsOpened) {
-    EXPECT_EQ(frames_of(header + first_record + record(frame_from(30))).size(), 1u);
-    EXPECT_EQ(frames_of(header + first_record + with_length(bytes({1})) + record(frame_from(60))),
-              (Frames{repeated(0, 12), frame_from(60)}));
-}
-
-TEST(VoiceRecording, MissingFirstLengthReusesTheHeadersBytes) {
-    // "DV" is 0x5644: nothing is there to skip and nothing follows.
-    EXPECT_EQ(reading_of(header).frames, Frames{});
-    // One length byte 0x00 joins the stale "V" to 0x5600, twice: a length of 0 would be a frame.
-    EXPECT_EQ(reading_of(header + bytes({0})).frames, Frames{});
-}
-
-TEST(VoiceRecording, MissingLengthReusesTheFirstTwoBytesOfTheRecordBefore) {
-    // The record before begins with 0x1111: 4369 bytes are wanted and none is there.
-    EXPECT_EQ(frames_of(header + first_record + record(frame_from(30))), Frames{frame_from(30)});
-}
-
-TEST(VoiceRecording, HalfALengthTakesItsHighByteFromTheRecordBefore) {
-    // The record begins 05 00; the lone last byte 00 makes the length 0x0000: a repeated frame. Then, with no byte left
-    // and 00 00 in place, frames without end follow.
-    const Bytes begins_with_5_0 = with_length(bytes({5, 0}) + repeated(0x11, 13) + frame_from(30));
-    const std::vector<Bytes> frames = frames_of(header + first_record + begins_with_5_0 + bytes({0}), 4);
-    EXPECT_EQ(frames, Frames(4, frame_from(30)));
-}
-
-TEST(VoiceRecording, HalfALengthIsItselfLeftForTheNextOne) {
-    // After 01 the stale 00 makes length 1, which is not there: the end.
-    const Bytes begins_with_5_0 = with_length(bytes({5, 0}) + repeated(0x11, 13) + frame_from(30));
-    EXPECT_EQ(frames_of(header + first_record + begins_with_5_0 + bytes({1})), Frames{frame_from(30)});
+// A length byte that is not there is what stands at its place in the buffer: the header's "DV", or the first two bytes
+// of the record before.
+TEST(VoiceRecording, MissingLengthIsMadeOfStaleBytes) {
+    const Bytes begins_with_5_0 = dvtool_recording({record_beginning(5, 0)});
+    expect_frames("0x5644, neither skipped nor there", dvtool_header(), {});
+    expect_frames("0x5600, likewise: a length of 0 would be a frame", dvtool_header() + bytes({0}), {});
+    expect_frames("0x5602, likewise", dvtool_header() + bytes({2}), {});
+    expect_frames("first record beyond the end, 0x0101", dvtool_header() + bytes({1, 1}) + Bytes(60, 0x22), {});
+    expect_frames("0x03E8 for 999 bytes", dvtool_header() + low_first_2(1000) + Bytes(999, 0xCC), {});
+    expect_frames("0x6160, nothing is there", dvtool_recording({record(frame(1))}), frames(1));
+    expect_frames("0x0001 of a byte and a stale 0", begins_with_5_0 + bytes({1}), frames(1));
+    expect_frames("0x0003, likewise", begins_with_5_0 + bytes({3}), frames(1));
 }
 
 TEST(VoiceRecording, StaleLengthOfZeroEndsAfter65536FramesWithoutInput) {
-    const Bytes begins_with_0 = with_length(bytes({0, 0}) + repeated(0x11, 13) + frame_from(30));
-    const std::vector<Bytes> frames = frames_of(header + first_record + begins_with_0, 100000);
-    EXPECT_EQ(frames.size(), 1u + 65536u);
-    EXPECT_EQ(frames.back(), frame_from(30));
+    const auto expect_repeated = [](const Bytes& content, const Bytes& frame, std::size_t count) {
+        EXPECT_EQ(reading_of(content, 200000).frames, Frames(count, frame));
+    };
+    expect_repeated(dvtool_header() + bytes({0, 0}), no_frame_byte, frames_without_input);
+    expect_repeated(dvtool_recording({record_beginning(0, 0)}), frame(1), 1 + frames_without_input);
+    // The lone byte makes it 0x0000, one more frame; then it is 0x0000 without any.
+    expect_repeated(dvtool_recording({record_beginning(5, 0)}) + bytes({0}), frame(1), 2 + frames_without_input);
+    // Empty records that are in the file are not counted.
+    expect_repeated(dvtool_recording({record(frame(1))}) + zeros(2 * 70000), frame(1),
+                    1 + 70000 + frames_without_input);
 }
 
-TEST(VoiceRecording, EmptyRecordsInTheFileAreNotCountedAsFramesWithoutInput) {
-    Bytes content = header + first_record + record(frame_from(30));
-    content.resize(content.size() + 2 * 70000);  // 70000 records of length 0, then a stale length of 0
-    EXPECT_EQ(frames_of(content, 200000).size(), 1u + 70000u + 65536u);
-}
-
-TEST(VoiceRecording, StaleBytesAreMirroredAgainWhenTheyAreSentAgain) {
-    const Bytes content =
-        header + first_record + record(repeated(0xA0, 12)) + bytes({0, 0}) + bytes({0, 0}) + record(repeated(0x0F, 12));
+TEST(VoiceRecording, StaleBytesAreReversedAgainWhenTheyAreSentAgain) {
+    const Bytes content = dvtool_recording({record(Bytes(12, 0xA0)), {}, {}, record(Bytes(12, 0x0F))});
     EXPECT_EQ(reading_of(content, 4, reverse_frame_bits).frames,
-              (Frames{repeated(0x05, 12), repeated(0xA0, 12), repeated(0x05, 12), repeated(0xF0, 12)}));
+              (Frames{Bytes(12, 0x05), Bytes(12, 0xA0), Bytes(12, 0x05), Bytes(12, 0xF0)}));
 }
 
 TEST(VoiceRecording, RawFormThatCannotBeOpenedAgainYieldsNoFrame) {
@@ -240,19 +163,19 @@ TEST(VoiceRecording, RawFormThatCannotBeOpenedAgainYieldsNoFrame) {
     voice_recording_close(not_open_again);
 }
 
-TEST(FrameBits, EachOfThe256BytesIsMirrored) {
+TEST(FrameBits, EachOfThe256BytesIsReversed) {
     for (int value = 0; value < 256; value++) {
-        int reversed = 0;
+        int expected = 0;
         for (int weight = 1, mirror = 128; weight < 256; weight *= 2, mirror /= 2) {
-            if (value / weight % 2 == 1) reversed += mirror;
+            if (value / weight % 2 == 1) expected += mirror;
         }
-        Bytes frame = repeated(value, 12);
+        Bytes frame(frame_bytes, static_cast<std::uint8_t>(value));
         reverse_frame_bits(std::span(frame).first<frame_bytes>());
-        EXPECT_EQ(frame, repeated(reversed, 12));
+        EXPECT_EQ(frame, Bytes(frame_bytes, static_cast<std::uint8_t>(expected)));
     }
 }
 
-TEST(FrameBits, ExamplesOfMirroredBytes) {
+TEST(FrameBits, ExamplesOfReversedBytes) {
     Bytes frame = bytes({0x01, 0x0F, 0xA0, 0x80, 0xF0, 0x05, 0x00, 0xFF, 0x12, 0x48, 0x55, 0xAA});
     reverse_frame_bits(std::span(frame).first<frame_bytes>());
     EXPECT_EQ(frame, bytes({0x80, 0xF0, 0x05, 0x01, 0x0F, 0xA0, 0x00, 0xFF, 0x48, 0x12, 0xAA, 0x55}));

@@ -73,7 +73,7 @@ WalkOutcome walk_pump(const Walk& walk, const std::string& directory) {
         outcome.trace = surroundings().trace;
         outcome.answers_given = surroundings().answers_given;
     }
-    release_codec_stream(player.stream);
+    StreamRelease()(player.stream);
     outcome.wave_files = read_wave_files(walk, directory);
     return outcome;
 }

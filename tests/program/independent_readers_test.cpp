@@ -5,8 +5,8 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-#include "program/recordings.h"
 #include "program/wave_run.h"
+#include "support/wave.h"
 
 namespace {
 
@@ -66,38 +66,31 @@ Samples every_value() {
 
 // So that the last of them are not left in the stream.
 Bytes padded_blocks(const Samples& samples) {
-    Bytes pcm = samples_to_bytes(samples) + zeros(4096);
+    Bytes pcm = pcm_bytes(samples) + zeros(4096);
     return pcm + zeros((block_bytes - pcm.size() % block_bytes) % block_bytes);
 }
 
-TEST(IndependentReaders, LibsndfileReadsLinearPcmSampleForSample) {
+TEST(IndependentReaders, LibsndfileReadsWhatItsOwnCoderWouldHaveWritten) {
     const Samples samples = every_value();
-    const ReadFile read = read_bytes(convert_blocks("pcm", padded_blocks(samples)).wave);
-    expect_mono_8000(read, SF_FORMAT_PCM_16);
-    ASSERT_GE(read.samples.size(), samples.size());
-    EXPECT_EQ(Samples(read.samples.begin(), read.samples.begin() + 65535), samples);
-}
-
-TEST(IndependentReaders, LibsndfileReadsAlawAsItsOwnCoderWouldHaveWrittenIt) {
-    const Samples samples = every_value();
-    const ReadFile read = read_bytes(convert_blocks("alaw", padded_blocks(samples)).wave);
-    expect_mono_8000(read, SF_FORMAT_ALAW);
-    ASSERT_GE(read.samples.size(), samples.size());
-    EXPECT_EQ(Samples(read.samples.begin(), read.samples.begin() + 65535), through_libsndfile(samples, SF_FORMAT_ALAW));
-}
-
-TEST(IndependentReaders, LibsndfileReadsUlawAsItsOwnCoderWouldHaveWrittenIt) {
-    const Samples samples = every_value();
-    const ReadFile read = read_bytes(convert_blocks("ulaw", padded_blocks(samples)).wave);
-    expect_mono_8000(read, SF_FORMAT_ULAW);
-    ASSERT_GE(read.samples.size(), samples.size());
-    EXPECT_EQ(Samples(read.samples.begin(), read.samples.begin() + 65535), through_libsndfile(samples, SF_FORMAT_ULAW));
+    const std::pair<const char*, int> formats[] = {
+        {"pcm",  SF_FORMAT_PCM_16},
+        {"alaw", SF_FORMAT_ALAW  },
+        {"ulaw", SF_FORMAT_ULAW  },
+    };
+    for (const auto& [format, coding] : formats) {
+        const ReadFile read = read_bytes(convert_blocks(format, padded_blocks(samples)));
+        expect_mono_8000(read, coding);
+        ASSERT_GE(read.samples.size(), samples.size());
+        EXPECT_EQ(Samples(read.samples.begin(), read.samples.begin() + std::ssize(samples)),
+                  coding == SF_FORMAT_PCM_16 ? samples : through_libsndfile(samples, coding))
+            << format;
+    }
 }
 
 TEST(IndependentReaders, LogarithmicSamplesStayWithinHalfAStep) {
     const Samples samples = test_samples(160 * 40);
     for (const std::string format : {"alaw", "ulaw"}) {
-        const ReadFile read = read_bytes(convert_blocks(format, samples_to_bytes(samples)).wave);
+        const ReadFile read = read_bytes(convert_blocks(format, pcm_bytes(samples)));
         ASSERT_GT(read.samples.size(), 5000U);
         for (std::size_t i = 0; i < read.samples.size(); i++) {
             const int magnitude = abs(int{samples[i]});
@@ -111,11 +104,10 @@ TEST(IndependentReaders, LogarithmicSamplesStayWithinHalfAStep) {
 struct KilledRun {
     KilledRun() {
         scenario.blocks = test_blocks(7);
-        scenario.script = "recv 48 5\nrecv 320 4 7\nkill 9\nrecv 0 0\n";
         EXPECT_EQ(scenario.run().signal, 9);
-        audio = bytes_to_samples(first_bytes(scenario.blocks, 2048));
+        audio = pcm_samples<std::int16_t>(first_bytes(scenario.blocks, 2048));
     }
-    ThreeFrames scenario;
+    ThreeFrames scenario{{"-W"}, "recv 48 5\nrecv 320 4 7\nkill 9\nrecv 0 0\n"};
     Samples audio;
 };
 
@@ -123,7 +115,7 @@ TEST(IndependentReaders, FileOfAKilledProgramOpensAndIsWholeOnceItsLengthIsBelie
     const KilledRun killed;
     const Bytes wave = killed.scenario.file("rec.wav");
     expect_mono_8000(read_bytes(wave), SF_FORMAT_PCM_16);
-    const ReadFile repaired = read_bytes(pcm_head(static_cast<unsigned>(wave.size()) - 44) + from_byte(wave, 44));
+    const ReadFile repaired = read_bytes(pcm_file(from_byte(wave, 44)));
     EXPECT_EQ(repaired.samples, killed.audio);
 }
 
@@ -139,7 +131,7 @@ Samples read_with_program(const std::string& path, const Lines& arguments) {
     }
     const ProgramResult result = run_program(call);
     EXPECT_EQ(result.status, 0) << result.err;
-    return bytes_to_samples(read_file(directory / "out.raw"));
+    return pcm_samples<std::int16_t>(read_file(directory / "out.raw"));
 }
 
 class OtherPrograms : public testing::TestWithParam<const char*> {
@@ -149,7 +141,7 @@ class OtherPrograms : public testing::TestWithParam<const char*> {
         ASSERT_EQ(access(program.c_str(), X_OK), 0) << program << " is not installed: scripts/bootstrap check";
         const TempDir directory;
         const std::string path = directory / "in.wav";
-        write_file(path, convert_blocks(GetParam(), test_blocks(100)).wave);
+        write_file(path, convert_blocks(GetParam(), test_blocks(100)));
         for (std::string& argument : arguments) {
             if (argument == "IN") argument = path;
         }

@@ -6,10 +6,9 @@
 
 #include <fstream>
 
-#include "player/program_info.h"
-#include "program/recordings.h"
-
-const std::string usage_line = "Usage: quaver [-dvR] [-W [-Ffmt]] [-pport] [-sspeed] file\n";
+const std::string takes_all_frames = "rest 48 5\n";
+const std::string converting = "Converting file 'rec.ambe' to 'rec.wav': ";
+const std::string playing = "Playing file 'rec.ambe': ";
 const Lines play_mode = {};
 const Lines file_start_calls = {"ambe_init(packet, 1)", "dongle_run(1)"};
 const Lines file_end_calls = {"dongle_run(0)"};
@@ -22,30 +21,9 @@ std::string library_path(const std::string& directory) {
     return inherited && *inherited ? directory + ":" + inherited : directory;
 }
 
-std::string hex(const Bytes& content) {
-    std::string text;
-    for (const unsigned byte : content) {
-        text += "0123456789abcdef"[byte >> 4];
-        text += "0123456789abcdef"[byte & 15];
-    }
-    return text;
-}
-
-Bytes unhex(const std::string& text) {
-    Bytes content;
-    for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
-        content.push_back(static_cast<std::uint8_t>(std::stoi(text.substr(i, 2), nullptr, 16)));
-    }
-    return content;
-}
-
-std::string repeated(const std::string& text, int times) {
-    std::string result;
-    for (int i = 0; i < times; i++) result += text;
-    return result;
-}
-
 }  // namespace
+
+Scenario::Scenario(const Lines& command_line, const std::string& played) : arguments(command_line), script(played) {}
 
 bool Scenario::has_file(const std::string& name) const {
     return access((dir / name).c_str(), F_OK) == 0;
@@ -87,45 +65,8 @@ Outcome Scenario::run() const {
     return outcome;
 }
 
-ThreeFrames::ThreeFrames(const Lines& options) {
-    arguments = options;
-    arguments.push_back("rec.ambe");
+ThreeFrames::ThreeFrames(const Lines& options, const std::string& played) : Scenario(options + "rec.ambe", played) {
     add_file("rec.ambe", raw_recording(frames(3)));
-    script = "rest 48 5\n";
-}
-
-std::string banner() {
-    return std::string("HALCYON Tallis Audio Player V1.0.7\n") + program_info.notice + " Wexcombe Corporation.\n\n";
-}
-
-std::string codec_line(const std::string& name) {
-    return "CODEC '" + name + "' for 1 channels at 8000 Hz with 16 bits per sample.\n";
-}
-
-std::string convert_start_up(const std::string& codec) {
-    return banner() + codec_line(codec) + "\n\n";
-}
-
-std::string play_start_up() {
-    return banner() + codec_line() + "\nNo audio devices detected.\nUsing device 'Linux Audio Test'.\n\n";
-}
-
-std::string spinner(int turns) {
-    std::string text;
-    for (int i = 0; i < turns; i++) text += std::string(1, "|/-\\"[i % 4]) + "\b";
-    return text;
-}
-
-std::string convert_teardown(int files) {
-    return repeated(
-        "> Stopping Dongle.\n> Dongle stopped.\n> Closing RIFF.\n> RIFF closed.\n> Closing DVX.\n> DVX closed.\n",
-        files);
-}
-
-std::string play_teardown(int files) {
-    return repeated(
-        "> Stopping Dongle.\n> Dongle stopped.\n> Stopping Audio.\n> Audio stopped.\n> Closing DVX.\n> DVX closed.\n",
-        files);
 }
 
 Lines start_calls(const std::string& port, long speed, int debug) {
@@ -151,7 +92,7 @@ Lines operator+(Lines first, const std::string& second) {
     return first;
 }
 
-std::vector<std::string> calls_starting_with(const Lines& calls, const std::string& start) {
+Lines calls_starting_with(const Lines& calls, const std::string& start) {
     Lines found;
     for (const std::string& call : calls) {
         if (call.compare(0, start.size(), start) == 0) found.push_back(call);

@@ -2,10 +2,12 @@
 // One run of quaver against the scripted stand-in for the vocoder library, in a directory of its own.
 #pragma once
 
-#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "support/messages.h"
+#include "support/recordings.h"
 #include "support/run_program.h"
 #include "support/temp_dir.h"
 
@@ -15,7 +17,13 @@ struct Outcome : ProgramResult {
     Lines calls;  // of the vocoder library, in order, as the stand-in logs them
 };
 
+// Asks for frames until there are none.
+extern const std::string takes_all_frames;
+
 struct Scenario {
+    Scenario() = default;
+    explicit Scenario(const Lines& command_line, const std::string& played = takes_all_frames);
+
     TempDir dir;  // where the program runs: files are named as in "rec.ambe"
     Lines arguments;
     std::vector<std::pair<std::string, std::string>> environment;
@@ -28,7 +36,7 @@ struct Scenario {
     std::string dongle_directory = SCRIPTED_DONGLE_DIR;
 
     std::string operator/(const std::string& name) const { return dir / name; }
-    void add_file(const std::string& name, const Bytes& content) const { write_file(dir / name, content); }
+    void add_file(const std::string& name, const Bytes& content = {}) const { write_file(dir / name, content); }
     Bytes file(const std::string& name) const { return read_file(dir / name); }
     bool has_file(const std::string& name) const;
 
@@ -40,22 +48,14 @@ struct Scenario {
 
 extern const Lines play_mode;  // no options
 
-// A scenario with the recording "rec.ambe" of three raw frames, whose vocoder asks for frames until there are none.
+// A scenario with the recording "rec.ambe" of three raw frames.
 struct ThreeFrames : Scenario {
-    explicit ThreeFrames(const Lines& options = {"-W"});
+    explicit ThreeFrames(const Lines& options = {"-W"}, const std::string& played = takes_all_frames);
 };
 
-// What the program prints at start-up, up to the first file.
-std::string banner();
-std::string codec_line(const std::string& name = "Linear PCM");
-std::string convert_start_up(const std::string& codec = "Linear PCM");
-std::string play_start_up();
-// `turns` turns of the spinner, from its first face.
-std::string spinner(int turns);
-extern const std::string usage_line;
-// Teardown on standard error, for `files` files.
-std::string convert_teardown(int files = 1);
-std::string play_teardown(int files = 1);
+// What is printed in front of the spinner of "rec.ambe".
+extern const std::string converting;
+extern const std::string playing;
 
 // The library calls around the files.
 Lines start_calls(const std::string& port = "/dev/ttyUSB0", long speed = 230400, int debug = 0);
@@ -70,4 +70,4 @@ Lines operator+(Lines first, const std::string& second);
 
 // The frames that were sent, in order.
 std::vector<Bytes> frames_sent(const Lines& calls);
-std::vector<std::string> calls_starting_with(const Lines& calls, const std::string& start);
+Lines calls_starting_with(const Lines& calls, const std::string& start);

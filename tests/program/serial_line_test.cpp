@@ -7,10 +7,9 @@
 #include <algorithm>
 #include <memory>
 
-#include "program/recordings.h"
 #include "program/scenario.h"
-#include "program/wave_run.h"
 #include "support/pty.h"
+#include "support/wave.h"
 
 namespace {
 
@@ -35,7 +34,6 @@ class SerialLine : public testing::Test {
   protected:
     SerialLine() {
         scenario.dongle_directory = LINE_DONGLE_DIR;
-        scenario.add_file("rec.ambe", raw_recording(frames(3)));
         scenario.arguments = {"-W", "-p", line.path(), "rec.ambe"};
         line.set_speed(B9600);
     }
@@ -63,19 +61,10 @@ class SerialLine : public testing::Test {
         return false;
     }
 
-    void expect_line_as_before() const {
-        const termios after = line.state();
-        EXPECT_EQ(after.c_iflag, before.c_iflag);
-        EXPECT_EQ(after.c_oflag, before.c_oflag);
-        EXPECT_EQ(after.c_cflag, before.c_cflag);
-        EXPECT_EQ(after.c_lflag, before.c_lflag);
-        EXPECT_EQ(Bytes(after.c_cc, after.c_cc + NCCS), Bytes(before.c_cc, before.c_cc + NCCS));
-        EXPECT_EQ(cfgetispeed(&after), cfgetispeed(&before));
-        EXPECT_EQ(cfgetospeed(&after), cfgetospeed(&before));
-    }
+    void expect_line_as_before() const { EXPECT_TRUE(same_state(line.state(), before)); }
 
     Pty line;
-    Scenario scenario;
+    ThreeFrames scenario;
     termios before = {};
     std::unique_ptr<RunningProgram> program;
 };
@@ -89,28 +78,11 @@ TEST_F(SerialLine, LibraryFindsTheFiveFunctionsInTheProgram) {
     }
 }
 
-TEST_F(SerialLine, OpenLineIsRaw8N1WithoutFlowControl) {
+TEST_F(SerialLine, OpenLineIsRawAtTheSpeedOfTheSettingsAndAsBeforeAfterwards) {
     termios busy = line.state();
     busy.c_iflag |= ICRNL | IXON | IXOFF | INPCK | ISTRIP;
-    busy.c_oflag |= OPOST | ONLCR;
     busy.c_cflag |= CSTOPB | CRTSCTS | PARODD;
-    busy.c_cflag &= ~tcflag_t{HUPCL | CLOCAL};
     line.set_state(busy);
-    start();
-    const termios open = line.state();
-    EXPECT_EQ(open.c_iflag, tcflag_t{IGNBRK | IGNPAR});
-    EXPECT_EQ(open.c_oflag, 0U);
-    EXPECT_EQ(open.c_lflag & tcflag_t{ICANON | ECHO | ECHOE | ECHOK | ECHONL | ECHOCTL | ECHOPRT | ECHOKE}, 0U);
-    EXPECT_EQ(open.c_lflag & tcflag_t{ISIG | IEXTEN}, before.c_lflag & tcflag_t{ISIG | IEXTEN}) << "kept as found";
-    EXPECT_EQ(open.c_cflag & tcflag_t{CSIZE | CSTOPB | PARENB | PARODD | CREAD | HUPCL | CLOCAL | CRTSCTS},
-              tcflag_t{CS8 | CREAD | HUPCL | CLOCAL});
-    for (int i = 0; i < NCCS; i++) EXPECT_EQ(open.c_cc[i], i == VMIN ? 1 : 0) << i;
-    line.send(time_out);
-    finish();
-    expect_line_as_before();
-}
-
-TEST_F(SerialLine, SpeedIsThatOfTheSettings) {
     for (const auto& [options, code] : {
              std::pair{Lines{},          B230400},
              {{"-s", "115200"}, B115200},
@@ -119,6 +91,10 @@ TEST_F(SerialLine, SpeedIsThatOfTheSettings) {
         scenario.arguments = options + Lines{"-W", "-p", line.path(), "rec.ambe"};
         start();
         const termios open = line.state();
+        EXPECT_EQ(open.c_iflag, tcflag_t{IGNBRK | IGNPAR});
+        EXPECT_EQ(open.c_oflag, 0U);
+        EXPECT_EQ(open.c_cflag & tcflag_t{CSIZE | CSTOPB | PARENB | PARODD | CREAD | HUPCL | CLOCAL | CRTSCTS},
+                  tcflag_t{CS8 | CREAD | HUPCL | CLOCAL});
         EXPECT_EQ(cfgetispeed(&open), code);
         EXPECT_EQ(cfgetospeed(&open), code);
         line.send(time_out);
@@ -145,48 +121,26 @@ TEST_F(SerialLine, DeviceThatIsNotThereEndsTheProgramWithStatus1) {
     EXPECT_THAT(scenario.calls(), Contains("tio_open failed"));
 }
 
-TEST_F(SerialLine, EnvironmentNamesTheLine) {
-    scenario.environment = {
-        {"DONGLE", line.path()}
-    };
-    scenario.arguments = {"-W", "rec.ambe"};
+TEST_F(SerialLine, EveryByteOfAWholeFileGoesUnchangedOverTheLineBothWays) {
+    Bytes recording;
+    for (int i = 0; i < 264; i++) recording.push_back(static_cast<std::uint8_t>(i));
+    scenario.add_file("rec.ambe", recording);
+    const Bytes pcm = counting_bytes(88 * block_bytes);
     start();
-    line.send(time_out);
-    EXPECT_THAT(finish().out, EndsWith("TIMEOUT\n"));
-}
-
-TEST_F(SerialLine, WholeFileGoesOverTheLineBothWays) {
-    const Bytes pcm = test_blocks(12);
-    start();
-    std::size_t block = 0;
-    for (const Bytes& expected : frames(3)) {
-        for (int i = 0; i < 4; i++) line.send(packet(4, first_bytes(from_byte(pcm, block++ * 320), 320)));
+    for (std::size_t frame = 0; frame < 22; frame++) {
+        for (std::size_t block = 4 * frame; block < 4 * frame + 4; block++) {
+            line.send(packet(4, slice(pcm, block * block_bytes, block_bytes)));
+        }
         line.send(frame_request);
-        expect_written(frame_packet(expected));
+        expect_written(frame_packet(slice(recording, frame * frame_bytes, frame_bytes)));
     }
     expect_written(run_packet);  // the file has ended with its last frame
     const ProgramResult result = finish();
-    EXPECT_EQ(result.out, convert_start_up() + "Converting file 'rec.ambe' to 'rec.wav': |\b/\b-\b\\\bDONE\n");
+    EXPECT_EQ(result.out, convert_start_up() + converting + spinner(23) + "DONE\n");
     EXPECT_EQ(result.err, convert_teardown());
-    EXPECT_EQ(scenario.file("rec.wav"), pcm_head(3072) + first_bytes(pcm, 3072));
+    EXPECT_EQ(scenario.file("rec.wav"), pcm_file(first_bytes(pcm, 27 * 1024)));  // 27.5 pieces
     expect_line_as_before();
     EXPECT_THAT(scenario.calls(), Contains("tio_close = 0"));
-}
-
-TEST_F(SerialLine, EveryByteValuePassesUnchangedBothWays) {
-    Bytes all;
-    for (int i = 0; i < 264; i++) all.push_back(static_cast<std::uint8_t>(i));
-    scenario.add_file("rec.ambe", all);
-    Bytes pcm;
-    for (int i = 0; i < 1280; i++) pcm.push_back(static_cast<std::uint8_t>(i * 7));
-    start();
-    for (std::size_t i = 0; i < pcm.size(); i += 320) line.send(packet(4, first_bytes(from_byte(pcm, i), 320)));
-    for (std::size_t i = 0; i < all.size(); i += 12) {
-        line.send(frame_request);
-        expect_written(frame_packet(first_bytes(from_byte(all, i), 12)));
-    }
-    finish();
-    EXPECT_EQ(from_byte(scenario.file("rec.wav"), 44), first_bytes(pcm, 1024));
 }
 
 TEST_F(SerialLine, PacketMayComeInPieces) {
@@ -195,45 +149,34 @@ TEST_F(SerialLine, PacketMayComeInPieces) {
     const Bytes first = packet(4, first_bytes(pcm, 320));
     line.send(first_bytes(first, 2));
     EXPECT_TRUE(wait_for_call("tio_read(3) = 2"));
-    line.send(first_bytes(from_byte(first, 2), 101));
+    line.send(slice(first, 2, 101));
     EXPECT_TRUE(wait_for_call("tio_read(1) = 1"));
     EXPECT_TRUE(wait_for_call("tio_read(320) = 100"));
     line.send(from_byte(first, 103));
     EXPECT_TRUE(wait_for_call("tio_read(220) = 220"));
-    for (std::size_t i = 320; i < pcm.size(); i += 320) line.send(packet(4, first_bytes(from_byte(pcm, i), 320)));
+    for (std::size_t i = 320; i < pcm.size(); i += 320) line.send(packet(4, slice(pcm, i, 320)));
     line.send(time_out);
     EXPECT_THAT(finish().out, EndsWith("TIMEOUT\n"));
     EXPECT_EQ(from_byte(scenario.file("rec.wav"), 44), first_bytes(pcm, 1024));
 }
 
-TEST_F(SerialLine, UnpluggedLineEndsTheFileInSilence) {
+TEST_F(SerialLine, UnpluggedLineEndsTheFileInSilenceAndThoseAfterItOneByOne) {
+    scenario.add_file("b.dvtool", dvtool_recording({record(frame(1))}));
+    scenario.arguments.push_back("b.dvtool");
     start();
     line.send(frame_request);
     expect_written(frame_packet(frame(1)));
-    line.send(first_bytes(packet(4, zeros(320)), 100));
+    line.send(first_bytes(packet(4, zeros(block_bytes)), 100));
     EXPECT_TRUE(wait_for_call("tio_read(320) = 97"));
     line.hang_up();
     const ProgramResult result = finish();
-    EXPECT_EQ(result.out, convert_start_up() + "Converting file 'rec.ambe' to 'rec.wav': |\b/\b");
-    EXPECT_EQ(result.err, convert_teardown());
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.signal, 0);
-    EXPECT_EQ(scenario.file("rec.wav").size(), 36U);
-    EXPECT_THAT(scenario.calls(), Contains("tio_close = 0"));
-}
-
-TEST_F(SerialLine, FilesAfterTheUnpluggingEndOneByOne) {
-    scenario.add_file("b.dvtool", dvtool_recording({record(frame(1))}));
-    scenario.arguments = {"-W", "-p", line.path(), "rec.ambe", "b.dvtool"};
-    start();
-    line.send(frame_request);
-    expect_written(frame_packet(frame(1)));
-    line.hang_up();
-    const ProgramResult result = finish();
-    EXPECT_EQ(result.out, convert_start_up() + "Converting file 'rec.ambe' to 'rec.wav': |\b/\b" +
-                              "Converting file 'b.dvtool' (DVTOOL) to 'b.wav': |\b");
+    EXPECT_EQ(result.out,
+              convert_start_up() + converting + "|\b/\b" + "Converting file 'b.dvtool' (DVTOOL) to 'b.wav': |\b");
     EXPECT_EQ(result.err, convert_teardown(2));
     EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.signal, 0);
+    EXPECT_EQ(scenario.file("rec.wav"), pcm_file({}));
+    EXPECT_THAT(scenario.calls(), Contains("tio_close = 0"));
 }
 
 TEST_F(SerialLine, SpaceStopsWhileTheLineIsInUse) {
@@ -250,7 +193,7 @@ TEST_F(SerialLine, SpaceStopsWhileTheLineIsInUse) {
     line.send(from_byte(frame_request, 1));
     expect_written(frame_packet(frame(2)) + run_packet);
     EXPECT_THAT(finish().out, EndsWith("|\b/\b-\bSTOPPED\n"));
-    EXPECT_EQ(terminal.state().c_lflag, keyboard_before.c_lflag);
+    EXPECT_TRUE(same_state(terminal.state(), keyboard_before));
     expect_line_as_before();
 }
 

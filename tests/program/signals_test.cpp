@@ -6,10 +6,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "program/recordings.h"
 #include "program/scenario.h"
-#include "program/wave_run.h"
 #include "support/pty.h"
+#include "support/wave.h"
 
 namespace {
 
@@ -18,18 +17,12 @@ using testing::Each;
 using testing::EndsWith;
 using testing::HasSubstr;
 
-const std::string converting = "Converting file 'rec.ambe' to 'rec.wav': ";
-
 // A run on a terminal that waits in its second receive, the terminal being raw.
 class AbnormalEnd : public testing::Test {
   protected:
     AbnormalEnd() {
-        scenario.add_file("rec.ambe", raw_recording(frames(3)));
-        scenario.arguments = {"-W", "rec.ambe"};
         scenario.input = terminal_input(terminal.path());
         scenario.blocks = test_blocks(7);
-        scenario.script = "recv 48 5\nrecv 320 4 7\ntouch waiting\nawait go\nrest 48 5\n";
-        before = terminal.state();
     }
 
     ProgramResult run_until_signal(int signal) {
@@ -37,21 +30,16 @@ class AbnormalEnd : public testing::Test {
         wait_for_file(scenario / "waiting");
         EXPECT_EQ(terminal.state().c_lflag & tcflag_t{ICANON | ECHO}, 0U);
         program.send_signal(signal);
-        return program.finish();
+        const ProgramResult result = program.finish();
+        unlink((scenario / "waiting").c_str());
+        return result;
     }
 
-    void expect_terminal_as_before() const {
-        const termios after = terminal.state();
-        EXPECT_EQ(after.c_iflag, before.c_iflag);
-        EXPECT_EQ(after.c_oflag, before.c_oflag);
-        EXPECT_EQ(after.c_cflag, before.c_cflag);
-        EXPECT_EQ(after.c_lflag, before.c_lflag);
-        EXPECT_EQ(Bytes(after.c_cc, after.c_cc + NCCS), Bytes(before.c_cc, before.c_cc + NCCS));
-    }
+    void expect_terminal_as_before() const { EXPECT_TRUE(same_state(terminal.state(), before)); }
 
     Pty terminal;
-    Scenario scenario;
-    termios before = {};
+    ThreeFrames scenario{{"-W"}, "recv 48 5\nrecv 320 4 7\ntouch waiting\nawait go\nrest 48 5\n"};
+    const termios before = terminal.state();
 };
 
 TEST_F(AbnormalEnd, SignalPutsTheTerminalBackAndEndsTheProgramByThatSignal) {
@@ -60,7 +48,6 @@ TEST_F(AbnormalEnd, SignalPutsTheTerminalBackAndEndsTheProgramByThatSignal) {
         EXPECT_EQ(result.signal, signal);
         EXPECT_EQ(result.status, -1);
         expect_terminal_as_before();
-        ASSERT_EQ(unlink((scenario / "waiting").c_str()), 0);
     }
 }
 
@@ -71,7 +58,7 @@ TEST_F(AbnormalEnd, SignalEndsTheProgramWithoutATerminalToo) {
         wait_for_file(scenario / "waiting");
         program.send_signal(signal);
         EXPECT_EQ(program.finish().signal, signal);
-        ASSERT_EQ(unlink((scenario / "waiting").c_str()), 0);
+        unlink((scenario / "waiting").c_str());
     }
 }
 
@@ -103,13 +90,13 @@ TEST_F(AbnormalEnd, IgnoredSignalStaysIgnored) {
         RunningProgram program(scenario.call());
         wait_for_file(scenario / "waiting");
         program.send_signal(signal);
-        scenario.add_file("go", {});
+        scenario.add_file("go");
         const ProgramResult result = program.finish();
         EXPECT_EQ(result.status, 0);
         EXPECT_THAT(result.out, EndsWith("DONE\n"));
         EXPECT_THAT(calls_starting_with(scenario.calls(), "dongle_recv"), Each(HasSubstr(" raw = ")));
-        ASSERT_EQ(unlink((scenario / "waiting").c_str()), 0);
-        ASSERT_EQ(unlink((scenario / "go").c_str()), 0);
+        unlink((scenario / "waiting").c_str());
+        unlink((scenario / "go").c_str());
     }
 }
 
@@ -128,30 +115,35 @@ TEST_F(AbnormalEnd, ReaderOfTheOutputThatGoesAwayPutsTheTerminalBack) {
     RunningProgram program(scenario.call());
     wait_for_file(scenario / "waiting");
     close(reader);
-    scenario.add_file("go", {});
+    scenario.add_file("go");
     EXPECT_EQ(program.finish().signal, SIGPIPE);
     expect_terminal_as_before();
 }
 
 TEST(Sigkill, LeavesTheWaveFileAsAPrefixWithItsProvisionalSizes) {
-    ThreeFrames scenario;
+    ThreeFrames scenario({"-W"}, "recv 48 5\nrecv 320 4 7\nkill 9\nrecv 0 0\n");
     scenario.blocks = test_blocks(7);
-    scenario.script = "recv 48 5\nrecv 320 4 7\nkill 9\nrecv 0 0\n";
     const Outcome outcome = scenario.run();
     EXPECT_EQ(outcome.signal, SIGKILL);
     EXPECT_EQ(outcome.out, convert_start_up() + converting + "|\b/\b");
-    Bytes head = pcm_head(0);
-    head[4] = 4;
-    head[5] = 0;
-    EXPECT_EQ(scenario.file("rec.wav"), head + first_bytes(scenario.blocks, 2048));
+    EXPECT_EQ(scenario.file("rec.wav"), wave_head(4) + data_head(0) + first_bytes(scenario.blocks, 2048));
 }
 
 TEST(Sigkill, BeforeTheFirstPieceLeavesNoHalfHead) {
-    ThreeFrames scenario;
-    scenario.script = "recv 48 5\nkill 9\nrecv 0 0\n";
+    ThreeFrames scenario({"-W"}, "recv 48 5\nkill 9\nrecv 0 0\n");
     scenario.run();
     const std::size_t size = scenario.file("rec.wav").size();
     EXPECT_TRUE(size == 0 || size == 36) << size;
+}
+
+// What was not flushed is lost.
+TEST(Sigkill, EachTurnOfTheSpinnerIsFlushedWithAllThatStandsBeforeIt) {
+    const auto printed = [](const Lines& options, const std::string& script) {
+        return ThreeFrames(options, script + "kill 9\nrecv 48 5\n").run().out;
+    };
+    EXPECT_EQ(printed({"-W"}, ""), convert_start_up() + converting + "|\b");
+    EXPECT_EQ(printed({"-W"}, "recv 48 5\n"), convert_start_up() + converting + "|\b/\b");
+    EXPECT_EQ(printed(play_mode, "recv 48 5\nrecv 320 4\n"), play_start_up() + playing + "|\b/\b");
 }
 
 }  // namespace

@@ -1,21 +1,16 @@
 // SPDX-License-Identifier: MIT
-// A conversion whose decoded blocks are known, and the WAVE file that it must write.
+// A conversion whose decoded blocks are known.
 #pragma once
 
-#include <string>
+#include <gtest/gtest.h>
 
-#include "program/recordings.h"
 #include "program/scenario.h"
 
-struct WaveRun {
-    Outcome outcome;
-    Bytes wave;
-};
-
-// Converts "rec.ambe" with `-F format`; the vocoder answers the first frame with all blocks of `pcm`.
-WaveRun convert_blocks(const std::string& format, const Bytes& pcm);
-
-// The 44-byte head of a linear PCM file with `data` bytes of audio.
-Bytes pcm_head(unsigned data);
-// The 46-byte head of any other format.
-Bytes coded_head(unsigned tag, unsigned byte_rate, unsigned block_align, unsigned bits, unsigned data);
+// Converts "rec.ambe" with `-F format`; the vocoder answers the first frame with all blocks of `pcm`. The WAVE file.
+inline Bytes convert_blocks(const std::string& format, const Bytes& pcm) {
+    ThreeFrames scenario({"-W", "-F", format},
+                         "recv 48 5\nrecv 320 4 " + std::to_string(pcm.size() / block_bytes) + "\nrest 48 5\n");
+    scenario.blocks = pcm;
+    EXPECT_EQ(scenario.run().status, 0);
+    return scenario.file("rec.wav");
+}

@@ -7,11 +7,16 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace {
 
 Medium& medium_of(void* cookie) {
     return *static_cast<Medium*>(cookie);
+}
+
+bool is_failing(const Medium& medium, int failing, int number) {
+    return failing > 0 && (medium.lasting ? number >= failing : number == failing);
 }
 
 ssize_t medium_read(void* cookie, char* buffer, size_t size) {
@@ -31,7 +36,8 @@ ssize_t medium_write(void* cookie, const char* buffer, size_t size) {
     Medium& medium = medium_of(cookie);
     const std::size_t room = medium.capacity - std::min(medium.position, medium.capacity);
     const std::size_t count = std::min(size, room);
-    if (count == 0) {
+    medium.write_sizes.push_back(medium.content.size());
+    if (is_failing(medium, medium.failing_write, static_cast<int>(medium.write_sizes.size())) || count == 0) {
         errno = ENOSPC;
         return 0;
     }
@@ -43,7 +49,8 @@ ssize_t medium_write(void* cookie, const char* buffer, size_t size) {
 
 int medium_seek(void* cookie, off64_t* offset, int whence) {
     Medium& medium = medium_of(cookie);
-    if (medium.seeks_fail) {
+    if (whence == SEEK_SET) ++medium.seeks;
+    if (medium.seeks_fail || (whence == SEEK_SET && is_failing(medium, medium.failing_seek, medium.seeks))) {
         errno = ESPIPE;
         return -1;
     }
@@ -71,4 +78,15 @@ std::FILE* open_medium(Medium& medium, bool buffered) {
     EXPECT_NE(stream, nullptr);
     if (!buffered) setvbuf(stream, nullptr, _IONBF, 0);
     return stream;
+}
+
+std::FILE* stream_of_next_fopen;
+
+extern "C" {
+std::FILE* __real_fopen(const char* path, const char* mode);
+
+std::FILE* __wrap_fopen(const char* path, const char* mode) {
+    std::FILE* prepared = std::exchange(stream_of_next_fopen, nullptr);
+    return prepared != nullptr ? prepared : __real_fopen(path, mode);
+}
 }

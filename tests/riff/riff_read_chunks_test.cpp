@@ -4,7 +4,6 @@
 #include <limits>
 
 #include "riff/riff_reading.h"
-#include "riff/wav_364_bytes.h"
 #include "riff/wave_format.h"
 
 // --- riff_read_data
@@ -23,20 +22,52 @@ TEST_F(RiffRead, DataComesOutInPiecesOfTheCapacityThenWhatIsLeftThenZero) {
     EXPECT_EQ(output.err, "");
 }
 
-TEST_F(RiffRead, OtherChunksBeforeTheDataAreSkippedByTheirSizesWithoutPadding) {
-    open_wave(chunk("fmt ", Bytes(16, 7)) + chunk("odd ", bytes({1, 2, 3})) + chunk("zero", {}) +
-              chunk("data", bytes({8, 9})));
-    EXPECT_EQ(read_data(10), bytes({8, 9}));
+// One call stays within one "data" chunk; what stands before is skipped by its size, without padding.
+TEST_F(RiffRead, DataOfAllItsChunksIsOneStreamThatEndsWithTheFile) {
+    const Bytes three = bytes({1, 2, 3});
+    const std::vector<Bytes> none;
+    const std::vector<Bytes> one = {three};
+    const Bytes list_of_negative_size = chunk_stating("LIST", 0x80000000, {});
+    // clang-format off
+    const struct {
+        const char* what;
+        Bytes chunks;
+        std::vector<Bytes> pieces;
+    } rows[] = {
+        {"no data",                       chunk("fmt ", Bytes(16, 7)),                  none},
+        {"chunk before, of an odd size",  chunk("odd ", three) + chunk("data", three),  one},
+        {"chunk before, of size zero",    chunk("zero", {}) + chunk("data", three),     one},
+        {"chunk before, beyond the end",  chunk_stating("LIST", 0x7FFFFFFF, three),     none},
+        {"chunk before, of size below 0", list_of_negative_size + chunk("data", three), one},
+        {"shorter than its size",         chunk_stating("data", 100, three),            one},
+        {"of negative size",              chunk_stating("data", 0xFFFFFFFF, three),     one},
+    };
+    // clang-format on
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        open_wave(row.chunks);
+        for (const Bytes& piece : row.pieces) EXPECT_EQ(read_data(10), piece);
+        int result = -9;
+        read_data(10, &result);
+        EXPECT_EQ(result, 0);
+        EXPECT_EQ(output.err, "");
+    }
 }
 
-TEST_F(RiffRead, SeveralDataChunksAreOneStreamButOneCallStaysWithinOne) {
-    open_wave(chunk("data", bytes({1, 2, 3})) + chunk("LIST", bytes({0})) + chunk("data", bytes({4})));
+TEST_F(RiffRead, HeaderCutOffBeforeTheDataIsAFailure) {
+    open_wave(chunk("fmt ", bytes({1})) + bytes_of("da"));
+    int result = 0;
+    read_data(10, &result);
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(output.err, "RIFF: unable to read chunk ID !\n");
+}
+
+TEST_F(RiffRead, OneCallStaysWithinOneDataChunkAndCountAndRestAreThoseOfTheLastDataChunk) {
+    open_wave(chunk("data", bytes({1, 2, 3})) + chunk("LIST", zeros(1)) + chunk_stating("data", 100, bytes({4})));
     EXPECT_EQ(read_data(10), bytes({1, 2, 3}));
     EXPECT_EQ(read_data(10), bytes({4}));
-    EXPECT_EQ(file->data_count, 1u);
-    int result = -9;
-    read_data(10, &result);
-    EXPECT_EQ(result, 0);
+    EXPECT_EQ(file->data_count, 100u);
+    EXPECT_EQ(file->data_left, 99u);
 }
 
 TEST_F(RiffRead, EmptyDataChunkGivesOneWithoutReading) {
@@ -47,25 +78,6 @@ TEST_F(RiffRead, EmptyDataChunkGivesOneWithoutReading) {
     EXPECT_EQ(file->data_count, 0u);
     EXPECT_EQ(file->data_left, 0u);
     EXPECT_EQ(read_data(4), bytes({4}));
-}
-
-TEST_F(RiffRead, DataShorterThanItsSizeIsHandedOutThenZero) {
-    open_wave(chunk_stating("data", 100, bytes({1, 2, 3})));
-    EXPECT_EQ(read_data(10), bytes({1, 2, 3}));
-    EXPECT_EQ(file->data_left, 97u);
-    int result = -9;
-    read_data(10, &result);
-    EXPECT_EQ(result, 0);
-    EXPECT_EQ(output.err, "");
-}
-
-TEST_F(RiffRead, DataSizeThatIsNegativeIsHandedOutUpToTheEndOfTheFile) {
-    open_wave(chunk_stating("data", 0xFFFFFFFF, bytes({1, 2, 3})));
-    EXPECT_EQ(read_data(2), bytes({1, 2}));
-    EXPECT_EQ(read_data(2), bytes({3}));
-    int result = -9;
-    read_data(2, &result);
-    EXPECT_EQ(result, 0);
 }
 
 TEST_F(RiffRead, CapacityOfZeroOrLessReadsNoBytes) {
@@ -79,59 +91,27 @@ TEST_F(RiffRead, CapacityOfZeroOrLessReadsNoBytes) {
     EXPECT_EQ(read_data(3), bytes({1, 2, 3}));
 }
 
-TEST_F(RiffRead, FileWithoutDataGivesZero) {
-    open_wave(chunk("fmt ", Bytes(16, 7)));
-    int result = -9;
-    read_data(10, &result);
-    EXPECT_EQ(result, 0);
-    EXPECT_EQ(output.err, "");
-}
-
-TEST_F(RiffRead, ChunkBeforeTheDataThatReachesBeyondTheEndGivesZero) {
-    open_wave(chunk_stating("LIST", 0x7FFFFFFF, bytes({1, 2})));
-    int result = -9;
-    read_data(10, &result);
-    EXPECT_EQ(result, 0);
-}
-
-TEST_F(RiffRead, ChunkBeforeTheDataWithANegativeSizeIsPassedByItsHeaderAlone) {
-    open_wave(chunk_stating("LIST", 0x80000000, {}) + chunk("data", bytes({6})));
-    EXPECT_EQ(read_data(10), bytes({6}));
-}
-
-TEST_F(RiffRead, HeaderCutOffBeforeTheDataIsAFailure) {
-    open_wave(chunk("fmt ", bytes({1})) + bytes({'d', 'a'}));
-    int result = 0;
-    read_data(10, &result);
-    EXPECT_EQ(result, -1);
-    EXPECT_EQ(output.err, "RIFF: unable to read chunk ID !\n");
-}
-
 // --- riff_find_format
 
-TEST_F(RiffRead, FormatIsFoundBehindOtherChunksAndReadWhole) {
-    const Bytes body = bytes({0x11, 0, 1, 0, 0x40, 0x1F, 0, 0, 0, 0, 0, 0, 0, 0, 4, 0, 2, 0, 0xF9, 0x01});
-    open_wave(chunk("LIST", bytes({1, 2, 3})) + chunk("fmt ", body) + chunk("data", bytes({9})));
+TEST_F(RiffRead, EachFormatIsFoundBehindOtherChunksAndReadWhole) {
+    const Bytes body = low_first_2(0x11) + low_first_2(1) + low_first_4(8000) + zeros(6) + bytes({4, 0, 2, 0, 0xF9, 1});
+    open_wave(chunk("LIST", bytes({1, 2, 3})) + chunk("fmt ", body) + chunk("fmt ", bytes({3, 4})) + chunk("fmt ", {}) +
+              chunk("data", bytes({9})));
     Bytes buffer(20);
-    EXPECT_EQ(find_format(buffer), 0);
+    EXPECT_EQ(find_format(buffer.data()), 0);
     EXPECT_EQ(buffer, body);
     EXPECT_EQ(output.err, "");
+    EXPECT_EQ(find_format(buffer.data()), 0);
+    EXPECT_EQ(buffer, bytes({3, 4}) + from_byte(body, 2));
+    EXPECT_EQ(find_format(buffer.data()), 0);  // of size zero
+    EXPECT_EQ(buffer, bytes({3, 4}) + from_byte(body, 2));
     EXPECT_EQ(read_data(5), bytes({9}));
 }
 
-TEST_F(RiffRead, FirstOfTwoFormatsIsReadAndThenTheNext) {
-    open_wave(chunk("fmt ", bytes({1, 2})) + chunk("fmt ", bytes({3, 4})));
-    Bytes buffer(2);
-    EXPECT_EQ(find_format(buffer), 0);
-    EXPECT_EQ(buffer, bytes({1, 2}));
-    EXPECT_EQ(find_format(buffer), 0);
-    EXPECT_EQ(buffer, bytes({3, 4}));
-}
-
 TEST_F(RiffRead, FormatThatWasWrittenComesBackAsTheRecord) {
-    open(Bytes(std::begin(wav_364_bytes), std::end(wav_364_bytes)));
+    open(wave_of_364_bytes());
     WaveFormat format = {};
-    EXPECT_EQ(riff_find_format(file, reinterpret_cast<std::uint8_t*>(&format)), 0);
+    EXPECT_EQ(find_format(reinterpret_cast<std::uint8_t*>(&format)), 0);
     EXPECT_EQ(format.format_tag, 1);
     EXPECT_EQ(format.channels, 1);
     EXPECT_EQ(format.sample_rate, 8000u);
@@ -141,54 +121,32 @@ TEST_F(RiffRead, FormatThatWasWrittenComesBackAsTheRecord) {
     EXPECT_EQ(format.extra_bytes, 0);
 }
 
-TEST_F(RiffRead, WalkForTheFormatEndsAtTheCleanEndOfTheFile) {
-    Bytes buffer(64);
-    open_wave(chunk("data", bytes({1, 2})));
-    EXPECT_EQ(find_format(buffer), -1);
-    EXPECT_EQ(output.err, "");
-    open_wave({});
-    EXPECT_EQ(find_format(buffer), -1);
-    EXPECT_EQ(output.err, "");
-}
-
-TEST_F(RiffRead, WalkForTheFormatEndsAfterAChunkThatReachesBeyondTheEnd) {
-    Bytes buffer(64);
-    open_wave(chunk_stating("LIST", 0x7FFFFFFF, bytes({1, 2})));
-    EXPECT_EQ(find_format(buffer), -1);
-    EXPECT_EQ(output.err, "");
-}
-
-TEST_F(RiffRead, WalkForTheFormatEndsAtAHeaderThatIsCutOff) {
-    Bytes buffer(64);
-    open_wave(chunk("LIST", bytes({1, 2})) + bytes({'f', 'm', 't', ' ', 16}));
-    EXPECT_EQ(find_format(buffer), -1);
-    EXPECT_EQ(output.err, "RIFF: unable to read integer !\n");
-}
-
-TEST_F(RiffRead, FormatShorterThanItsSizeIsReported) {
-    Bytes buffer(64);
-    open_wave(chunk_stating("fmt ", 16, Bytes(15, 1)));
-    EXPECT_EQ(find_format(buffer), -1);
-    EXPECT_EQ(output.err, "RIFF: unable to read chunk data !\n");
-}
-
-TEST_F(RiffRead, FormatWithAnAbsurdSizeIsReportedAndNeverReadsMoreThanTheFileHolds) {
-    for (const std::uint32_t size : {0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
-        open_wave(chunk_stating("fmt ", size, Bytes(3, 1)));
+// As much is read as the file holds, and of a negative size nothing.
+TEST_F(RiffRead, FormatThatIsMissingOrCutOffIsAFailure) {
+    const char* cut = "RIFF: unable to read chunk data !\n";
+    // clang-format off
+    const struct {
+        Bytes chunks;
+        const char* message;
+        std::size_t bytes_read;
+    } rows[] = {
+        {{},                                                 "",                                 0},
+        {chunk("data", bytes({1, 2})),                       "",                                 0},
+        {chunk_stating("LIST", 0x7FFFFFFF, bytes({1, 2})),   "",                                 0},
+        {chunk("LIST", bytes({1, 2})) + bytes_of("fmt \20"), "RIFF: unable to read integer !\n", 0},
+        {chunk_stating("fmt ", 4, Bytes(3, 1)),              cut,                                3},
+        {chunk_stating("fmt ", 0x7FFFFFFF, Bytes(3, 1)),     cut,                                3},
+        {chunk_stating("fmt ", 0x80000000, Bytes(3, 1)),     cut,                                0},
+        {chunk_stating("fmt ", 0xFFFFFFFF, Bytes(3, 1)),     cut,                                0},
+    };
+    // clang-format on
+    for (const auto& row : rows) {
+        open_wave(row.chunks);
         Bytes buffer(4, 0xEE);
-        EXPECT_EQ(find_format(buffer), -1);
-        EXPECT_EQ(output.err, "RIFF: unable to read chunk data !\n") << size;
-        EXPECT_EQ(buffer[3], 0xEE);
-        const bool negative = size >= 0x80000000u;
-        EXPECT_EQ(buffer[0], negative ? 0xEE : 1) << size;
+        EXPECT_EQ(find_format(buffer.data()), -1);
+        EXPECT_EQ(output.err, row.message);
+        EXPECT_EQ(buffer, Bytes(row.bytes_read, 1) + Bytes(4 - row.bytes_read, 0xEE));
     }
-}
-
-TEST_F(RiffRead, FormatOfSizeZeroIsFoundAndReadsNothing) {
-    open_wave(chunk("fmt ", {}));
-    Bytes buffer(1, 0xEE);
-    EXPECT_EQ(find_format(buffer), 0);
-    EXPECT_EQ(buffer[0], 0xEE);
 }
 
 TEST_F(RiffRead, BoundedFormatStopsAtTheBuffersEndAndSkipsTheRest) {
@@ -232,31 +190,18 @@ TEST_F(RiffRead, BoundedWalkForTheFormatEndsAtTheEndOfTheFile) {
 
 // --- riff_read_chunk_data
 
-TEST_F(RiffRead, ChunkDataComesInABufferOfItsOwn) {
-    open_wave(bytes({1, 2, 3, 4}));
-    std::uint8_t* buffer = read_chunk_data(3);
-    ASSERT_NE(buffer, nullptr);
-    EXPECT_EQ(Bytes(buffer, buffer + 3), bytes({1, 2, 3}));
-    EXPECT_EQ(output.err, "");
-    std::free(buffer);
-    EXPECT_EQ(std::fgetc(file->stream), 4);
-}
-
-TEST_F(RiffRead, ChunkDataOfSizeZeroIsABuffer) {
-    open_wave({});
-    std::uint8_t* buffer = read_chunk_data(0);
-    EXPECT_NE(buffer, nullptr);
-    std::free(buffer);
-}
-
-TEST_F(RiffRead, ChunkDataLargerThanOneStepOfGrowthIsReadWhole) {
-    Bytes body(200001);
+TEST_F(RiffRead, ChunkDataComesInABufferOfItsOwnWhateverItsSize) {
+    Bytes body(200001);  // more than one step of growth
     for (std::size_t i = 0; i < body.size(); ++i) body[i] = static_cast<std::uint8_t>(i * 7 + (i >> 8));
-    open_wave(body);
-    std::uint8_t* buffer = read_chunk_data(200001);
-    ASSERT_NE(buffer, nullptr);
-    EXPECT_EQ(Bytes(buffer, buffer + 200001), body);
-    std::free(buffer);
+    for (const std::size_t size : {std::size_t{0}, std::size_t{3}, body.size()}) {
+        open_wave(first_bytes(body, size) + bytes({4}));
+        std::uint8_t* buffer = read_chunk_data(static_cast<std::int64_t>(size));
+        ASSERT_NE(buffer, nullptr);
+        EXPECT_EQ(Bytes(buffer, buffer + size), first_bytes(body, size));
+        EXPECT_EQ(output.err, "");
+        std::free(buffer);
+        EXPECT_EQ(std::fgetc(file->stream), 4);
+    }
 }
 
 TEST_F(RiffRead, ChunkDataThatTheFileDoesNotHoldIsReported) {

@@ -9,27 +9,24 @@
 #include "riff/riff_read.h"
 #include "support/capture.h"
 #include "support/temp_dir.h"
+#include "support/wave.h"
 
 constexpr std::uint64_t sign_bits = 0xFFFFFFFF00000000u;
 
-inline Bytes operator+(Bytes left, const Bytes& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
-// A chunk as it stands in a file; the size stated may differ from the body's.
-inline Bytes chunk_stating(const std::string& id, std::uint32_t size, const Bytes& body) {
-    Bytes result = bytes_of(id);
-    for (int shift = 0; shift < 32; shift += 8) result.push_back(static_cast<std::uint8_t>(size >> shift));
-    return result + body;
-}
-
-inline Bytes chunk(const std::string& id, const Bytes& body) {
-    return chunk_stating(id, static_cast<std::uint32_t>(body.size()), body);
-}
-
-inline Bytes wave_file(const Bytes& chunks) {
-    return chunk_stating("RIFF", static_cast<std::uint32_t>(chunks.size()) + 4, bytes_of("WAVE")) + chunks;
+// A WAVE file of one block of linear PCM, worked out by hand: 44 bytes of headers, then the bytes 0 to 255, 0 to 63.
+inline Bytes wave_of_364_bytes() {
+    Bytes audio(320);
+    for (std::size_t i = 0; i < audio.size(); ++i) audio[i] = static_cast<std::uint8_t>(i);
+    return bytes_of("RIFF") + bytes({0x6C, 0x01, 0, 0}) +   // 364 = 0x16C, the length of the whole file
+           bytes_of("WAVEfmt ") + bytes({0x10, 0, 0, 0}) +  // 16 bytes of format
+           bytes({0x01, 0x00}) +                            // linear PCM
+           bytes({0x01, 0x00}) +                            // 1 channel
+           bytes({0x40, 0x1F, 0x00, 0x00}) +                // 8000 = 0x1F40 samples per second
+           bytes({0x80, 0x3E, 0x00, 0x00}) +                // 16000 = 0x3E80 bytes per second
+           bytes({0x02, 0x00}) +                            // 2 bytes a sample frame
+           bytes({0x10, 0x00}) +                            // 16 bits a sample
+           bytes_of("data") + bytes({0x40, 0x01, 0, 0}) +   // at offset 36; 320 = 0x140 bytes of data
+           audio;
 }
 
 class RiffRead : public testing::Test {
@@ -70,9 +67,9 @@ class RiffRead : public testing::Test {
         return status;
     }
 
-    int find_format(Bytes& buffer) {
+    int find_format(std::uint8_t* buffer) {
         int status = 0;
-        output = output_of([&] { status = riff_find_format(file, buffer.data()); });
+        output = output_of([&] { status = riff_find_format(file, buffer); });
         return status;
     }
 

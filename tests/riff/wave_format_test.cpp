@@ -10,6 +10,7 @@
 #include "riff/fourcc.h"
 #include "support/capture.h"
 #include "support/temp_dir.h"
+#include "support/wave.h"
 
 namespace {
 
@@ -47,7 +48,7 @@ std::string dumped(const WaveFormat& format, std::uint32_t chunk_length, int ful
     return output.out;
 }
 
-std::string hex(const Bytes& content) {
+std::string dumped(const Bytes& content) {
     const Output output = output_of([&] { hex_dump(content.data(), static_cast<int>(content.size())); });
     EXPECT_EQ(output.err, "");
     return output.out;
@@ -83,38 +84,30 @@ TEST(RiffWriteFormat, FillsInTheCallersRecord) {
     EXPECT_EQ(format.extra_bytes, 0);
 }
 
-TEST(RiffWriteFormat, LinearPcmHasSixteenBytesWhateverTheExtraSizeSays) {
-    FormatWithExtra record = {
+// Linear PCM has sixteen bytes whatever its extra size says; any other tag carries the extra size, zero too, and bytes.
+TEST(RiffWriteFormat, ExtraSizeAndExtraBytesAreThoseOfEveryTagButLinearPcm) {
+    const Bytes mono_8000 = bytes({1, 0, 0x40, 0x1F, 0, 0, 0, 0, 0, 0, 0, 0});
+    FormatWithExtra linear = {
         {1,   1, 8000, 0, 0, 16, 4},
         {1, 2, 3,     4     }
     };
-    const Bytes chunk = written_chunk(&record.format);
-    EXPECT_EQ(chunk.size(), 8u + 16u);
-    EXPECT_EQ(chunk[4], 16);
-}
-
-TEST(RiffWriteFormat, AnyOtherTagCarriesTheExtraSizeEvenWhenItIsZero) {
-    WaveFormat format = {0x31, 1, 8000, 0, 0, 0, 0};
-    EXPECT_EQ(written_chunk(&format), bytes({'f',  'm', 't', ' ', 18,   0,    0, 0,  //
-                                             0x31, 0,   1,   0,   0x40, 0x1F, 0, 0,  //
-                                             0,    0,   0,   0,   0,    0,    0, 0, 0, 0}));
-}
-
-TEST(RiffWriteFormat, AnyOtherTagCarriesItsExtraBytes) {
-    FormatWithExtra record = {
+    FormatWithExtra gsm = {
+        {0x31,  1, 8000, 0, 0, 0, 0},
+        {0xEE}
+    };
+    FormatWithExtra adpcm = {
         {0x11, 1, 8000, 0, 0, 4, 2},
         {0xF9,   0x01,   0xEE     }
     };
-    EXPECT_EQ(written_chunk(&record.format), bytes({'f',  'm', 't', ' ', 20,   0,    0, 0,  //
-                                                    0x11, 0,   1,   0,   0x40, 0x1F, 0, 0,  //
-                                                    0,    0,   0,   0,   0,    0,    4, 0, 2, 0, 0xF9, 0x01}));
-}
-
-TEST(RiffWriteFormat, TagsBesideOneAreNotLinearPcm) {
-    WaveFormat format = {0x0101, 1, 8000, 0, 0, 16, 0};
-    EXPECT_EQ(written_chunk(&format).size(), 8u + 18u);
-    format.format_tag = 0;
-    EXPECT_EQ(written_chunk(&format).size(), 8u + 18u);
+    EXPECT_EQ(first_bytes(written_chunk(&linear.format), 10), bytes_of("fmt ") + bytes({16, 0, 0, 0, 1, 0}));
+    EXPECT_EQ(written_chunk(&linear.format).size(), 8u + 16u);
+    EXPECT_EQ(written_chunk(&gsm.format), chunk("fmt ", bytes({0x31, 0}) + mono_8000 + bytes({0, 0, 0, 0})));
+    EXPECT_EQ(written_chunk(&adpcm.format), chunk("fmt ", bytes({0x11, 0}) + mono_8000 + bytes({4, 0, 2, 0, 0xF9, 1})));
+    for (const std::uint16_t tag : {std::uint16_t{0x0101}, std::uint16_t{0}}) {  // beside one
+        linear.format.format_tag = tag;
+        linear.format.extra_bytes = 0;
+        EXPECT_EQ(written_chunk(&linear.format).size(), 8u + 18u);
+    }
 }
 
 TEST(RiffWriteFormat, LargestExtraSizeIsWrittenWhole) {
@@ -146,27 +139,27 @@ TEST(RiffWriteFormat, BlockAlignAndByteRateAreCutToTheirWidths) {
 
 // --- names
 
-TEST(WaveFormatName, EveryNamedFormatHasItsName) {
-    EXPECT_STREQ(wave_format_name(0x0001), "Linear PCM");
-    EXPECT_STREQ(wave_format_name(0x0002), "MS ADPCM");
-    EXPECT_STREQ(wave_format_name(0x0006), "G.711 A-LAW");
-    EXPECT_STREQ(wave_format_name(0x0007), "G.711 U-LAW");
-    EXPECT_STREQ(wave_format_name(0x0011), "IMA ADPCM");
-    EXPECT_STREQ(wave_format_name(0x0016), "G.723 (ADPCM)");
-    EXPECT_STREQ(wave_format_name(0x0031), "GSM 06.10");
-    EXPECT_STREQ(wave_format_name(0x0040), "G.721 (ADPCM)");
-    EXPECT_STREQ(wave_format_name(0x0050), "MPEG");
-    EXPECT_STREQ(wave_format_name(0x0055), "MP3");
-    EXPECT_STREQ(wave_format_name(0x0133), "G.729");
-}
-
-TEST(WaveFormatName, UnknownTagIsAtLeastFourUpperCaseDigits) {
-    EXPECT_STREQ(wave_format_name(0x1234), "<1234>");
-    EXPECT_STREQ(wave_format_name(0), "<0000>");
-    EXPECT_STREQ(wave_format_name(0xAB), "<00AB>");
-    EXPECT_STREQ(wave_format_name(0xFFFF), "<FFFF>");
-    EXPECT_STREQ(wave_format_name(0x10002), "<10002>");
-    EXPECT_STREQ(wave_format_name(-1), "<FFFFFFFF>");
+TEST(WaveFormatName, NamedFormatHasItsNameAndAnUnknownOneAtLeastFourUpperCaseDigits) {
+    const std::pair<int, const char*> names[] = {
+        {0x0001,  "Linear PCM"   },
+        {0x0002,  "MS ADPCM"     },
+        {0x0006,  "G.711 A-LAW"  },
+        {0x0007,  "G.711 U-LAW"  },
+        {0x0011,  "IMA ADPCM"    },
+        {0x0016,  "G.723 (ADPCM)"},
+        {0x0031,  "GSM 06.10"    },
+        {0x0040,  "G.721 (ADPCM)"},
+        {0x0050,  "MPEG"         },
+        {0x0055,  "MP3"          },
+        {0x0133,  "G.729"        },
+        {0x1234,  "<1234>"       },
+        {0,       "<0000>"       },
+        {0xAB,    "<00AB>"       },
+        {0xFFFF,  "<FFFF>"       },
+        {0x10002, "<10002>"      },
+        {-1,      "<FFFFFFFF>"   },
+    };
+    for (const auto& [tag, name] : names) EXPECT_STREQ(wave_format_name(tag), name);
 }
 
 TEST(WaveFormatName, TextOfAnUnknownTagIsOverwrittenByTheNextUnknownOneOnly) {
@@ -185,17 +178,39 @@ TEST(WaveFormatName, TextOfAnUnknownTagIsNotTheFourCharacterCodes) {
 
 // --- wave_dump_format
 
-TEST(WaveDumpFormat, ShortListing) {
-    EXPECT_EQ(dumped({1, 1, 8000, 16000, 2, 16, 0}, 16, 0),
-              "AUDIO information:\n\n"
-              " format: 0001 (Linear PCM)\n"
-              " channels: 1\n"
-              " sample rate: 8000 Hz\n"
-              " bits per sample: 16\n"
-              "\n");
-}
-
-TEST(WaveDumpFormat, FullListingAddsBlockSizeAndExtraInfo) {
+// Chunk length and flag decide what a listing has beyond the first lines; extra bytes are counted by the chunk length,
+// not by the extra size.
+TEST(WaveDumpFormat, EveryListing) {
+    const WaveFormat pcm = {1, 1, 8000, 16000, 2, 16, 0};
+    const std::string pcm_lines =
+        "AUDIO information:\n\n"
+        " format: 0001 (Linear PCM)\n"
+        " channels: 1\n"
+        " sample rate: 8000 Hz\n"
+        " bits per sample: 16\n";
+    const FormatWithExtra adpcm = {
+        {0x11, 1, 8000, 4055, 256, 4, 2},
+        {0xF9,   0x01,   'A',       'b'       }
+    };
+    FormatWithExtra no_extra = adpcm;
+    no_extra.format.extra_bytes = 0;
+    const std::string adpcm_lines =
+        "AUDIO information:\n\n"
+        " format: 0011 (IMA ADPCM)\n"
+        " channels: 1\n"
+        " sample rate: 8000 Hz\n"
+        " bits per sample: 4\n";
+    const std::string full_lines = adpcm_lines + " blocksize: 256 bytes\n";
+    EXPECT_EQ(dumped(pcm, 16, 0), pcm_lines + "\n");
+    EXPECT_EQ(dumped(pcm, 16, -1), pcm_lines + " blocksize: 2 bytes\n extra info: 0 bytes\n\n") << "any flag but 0";
+    EXPECT_EQ(dumped(adpcm.format, 20, 0), adpcm_lines + "\n");
+    EXPECT_EQ(dumped(adpcm.format, 22, 1),
+              full_lines +
+                  " extra info: 2 bytes\n"
+                  " 000000  F9 01 41 62                                      | ..Ab             |\n\n");
+    EXPECT_EQ(dumped(no_extra.format, 22, 1), full_lines + " extra info: 0 bytes\n\n");
+    for (const std::uint32_t length : {0u, 16u, 17u, 18u, 0x80000012u, 0xFFFFFFFFu})
+        EXPECT_EQ(dumped(adpcm.format, length, 1), full_lines + " extra info: 2 bytes\n\n") << length;
     EXPECT_EQ(dumped({0xABCD, 65535, 4294967295, 0, 65534, 65533, 0}, 18, 1),
               "AUDIO information:\n\n"
               " format: ABCD (<ABCD>)\n"
@@ -207,73 +222,26 @@ TEST(WaveDumpFormat, FullListingAddsBlockSizeAndExtraInfo) {
               "\n");
 }
 
-TEST(WaveDumpFormat, AnyFlagButZeroIsFull) {
-    EXPECT_THAT(dumped({1, 1, 8000, 16000, 2, 16, 0}, 16, -1), testing::HasSubstr(" blocksize: 2 bytes\n"));
-}
-
-TEST(WaveDumpFormat, ExtraBytesAreCountedByTheChunkLengthNotByTheExtraSize) {
-    const FormatWithExtra record = {
-        {0x11, 1, 8000, 4055, 256, 4, 2},
-        {0xF9,   0x01,   'A',       'b'       }
-    };
-    EXPECT_EQ(dumped(record.format, 22, 1),
-              "AUDIO information:\n\n"
-              " format: 0011 (IMA ADPCM)\n"
-              " channels: 1\n"
-              " sample rate: 8000 Hz\n"
-              " bits per sample: 4\n"
-              " blocksize: 256 bytes\n"
-              " extra info: 2 bytes\n"
-              " 000000  F9 01 41 62                                      | ..Ab             |\n"
-              "\n");
-}
-
-TEST(WaveDumpFormat, ExtraSizeOfZeroShowsNoExtraBytesWhateverTheChunkLength) {
-    const FormatWithExtra record = {
-        {0x11, 1, 8000, 4055, 256, 4, 0},
-        {1,   2,   3,       4          }
-    };
-    EXPECT_THAT(dumped(record.format, 22, 1), testing::EndsWith(" extra info: 0 bytes\n\n"));
-}
-
-TEST(WaveDumpFormat, ShortListingShowsNoExtraBytes) {
-    const FormatWithExtra record = {
-        {0x11,  1,   8000, 4055, 256, 4, 2},
-        {1, 2}
-    };
-    EXPECT_THAT(dumped(record.format, 20, 0), testing::EndsWith(" bits per sample: 4\n\n"));
-}
-
-TEST(WaveDumpFormat, ChunkLengthThatLeavesNothingOrLessShowsNoExtraBytes) {
-    const FormatWithExtra record = {
-        {0x11,  1,   8000, 4055, 256, 4, 2},
-        {1, 2}
-    };
-    for (const std::uint32_t length : {0u, 16u, 17u, 18u, 0x80000012u, 0xFFFFFFFFu}) {
-        EXPECT_THAT(dumped(record.format, length, 1), testing::EndsWith(" extra info: 2 bytes\n\n")) << length;
-    }
-}
-
 // --- hex_dump
 
 TEST(HexDump, FiveBytesAreOneLineFilledUpWithBlanks) {
-    EXPECT_EQ(hex(bytes_of("Hello")),
+    EXPECT_EQ(dumped(bytes_of("Hello")),
               " 000000  48 65 6C 6C 6F" + std::string(33, ' ') + "  | Hello           " + " |\n");
 }
 
 TEST(HexDump, SixteenBytesAreOneLineWithoutASecond) {
-    EXPECT_EQ(hex(bytes_of("0123456789ABCDEF")),
+    EXPECT_EQ(dumped(bytes_of("0123456789ABCDEF")),
               " 000000  30 31 32 33 34 35 36 37 38 39 41 42 43 44 45 46  | 0123456789ABCDEF |\n");
 }
 
 TEST(HexDump, SeventeenBytesBeginASecondLineAtOffset10) {
-    EXPECT_EQ(hex(bytes_of("0123456789abcdefg")),
+    EXPECT_EQ(dumped(bytes_of("0123456789abcdefg")),
               " 000000  30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66  | 0123456789abcdef |\n"
               " 000010  67                                               | g                |\n");
 }
 
 TEST(HexDump, OffsetsCountBytesInSixUpperCaseDigits) {
-    const std::string text = hex(Bytes(0xFB1, 'x'));
+    const std::string text = dumped(Bytes(0xFB1, 'x'));
     EXPECT_THAT(text, testing::HasSubstr("\n 000FA0  78 78 "));
     EXPECT_THAT(text, testing::HasSubstr("\n 000FB0  78   "));
 }
@@ -296,7 +264,7 @@ TEST(HexDump, OnlyLettersDigitsAndTheSpaceStandForThemselves) {
         const char shown = value != 0 && themselves.find(byte) != std::string::npos ? byte : '.';
         char digits[3];
         std::snprintf(digits, sizeof digits, "%02X", static_cast<unsigned>(value));
-        EXPECT_EQ(hex({static_cast<std::uint8_t>(value)}), std::string(" 000000  ") + digits + std::string(45, ' ') +
-                                                               "  | " + shown + std::string(15, ' ') + " |\n");
+        EXPECT_EQ(dumped({static_cast<std::uint8_t>(value)}), std::string(" 000000  ") + digits + std::string(45, ' ') +
+                                                                  "  | " + shown + std::string(15, ' ') + " |\n");
     }
 }

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstring>
 
 namespace {
 
@@ -76,6 +77,11 @@ bool Pty::has_input(int wait_ms) const {
 void Pty::hang_up() {
     if (other_end_ >= 0) close(other_end_);
     other_end_ = -1;
+}
+
+bool same_state(const termios& a, const termios& b) {
+    return a.c_iflag == b.c_iflag && a.c_oflag == b.c_oflag && a.c_cflag == b.c_cflag && a.c_lflag == b.c_lflag &&
+           a.c_line == b.c_line && std::memcmp(a.c_cc, b.c_cc, sizeof a.c_cc) == 0;
 }
 
 StandardInput::StandardInput(int descriptor) : saved_(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3)) {

@@ -44,6 +44,9 @@ class Pty {
     int device_ = -1;
 };
 
+// Two states alike in all that the system keeps.
+bool same_state(const termios& a, const termios& b);
+
 // Makes `descriptor` standard input until the end of its scope; the descriptor itself stays the caller's.
 class StandardInput {
   public:

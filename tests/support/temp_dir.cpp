@@ -9,14 +9,6 @@
 #include <iterator>
 #include <system_error>
 
-Bytes bytes(std::initializer_list<int> values) {
-    Bytes result;
-    for (const int value : values) result.push_back(static_cast<std::uint8_t>(value));
-    return result;
-}
-
-Bytes bytes_of(const std::string& text) { return Bytes(text.begin(), text.end()); }
-
 Bytes read_file(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     EXPECT_TRUE(file.is_open()) << path;

@@ -2,15 +2,9 @@
 // A directory that lives as long as the test, and whole files as byte strings.
 #pragma once
 
-#include <cstdint>
-#include <initializer_list>
 #include <string>
-#include <vector>
 
-using Bytes = std::vector<std::uint8_t>;
-
-Bytes bytes(std::initializer_list<int> values);
-Bytes bytes_of(const std::string& text);
+#include "support/bytes.h"
 
 // The whole file; the test fails when it cannot be read.
 Bytes read_file(const std::string& path);

@@ -11,6 +11,8 @@
 
 #include <string>
 
+#include "support/bytes.h"
+
 constexpr int logged_line_bytes = 512;
 constexpr int lowest_log_descriptor = 100;
 
@@ -33,14 +35,4 @@ inline int open_log() {
     if (length < 0 || length >= logged_line_bytes - 1) abort();
     line[length] = '\n';
     if (write(log, line, static_cast<size_t>(length) + 1) != length + 1) abort();
-}
-
-inline std::string hex(const unsigned char* bytes, int count) {
-    static const char digits[] = "0123456789abcdef";
-    std::string text;
-    for (int i = 0; i < count; i++) {
-        text += digits[bytes[i] >> 4];
-        text += digits[bytes[i] & 15];
-    }
-    return text;
 }

@@ -8,16 +8,13 @@
 //   init <result>                    what dongle_init returns (default: 0)
 //   count_descriptors                dongle_init and dongle_close also log how many descriptors are open
 //   speak                            start, stop and greeting also print "[name]" to standard output and error
-//   sleep <milliseconds>
 //   touch <file>                     creates a file: the test waits for it
 //   await <file>                     waits for a file: the test creates it
-//   await_input                      waits until standard input has something to read
 //   kill <signal>                    the process sends it to itself
 //   background                       another process group takes the terminal at standard input
 //
 // A receive of 320 bytes of type 4 takes the next 320 bytes of the file that QUAVER_TEST_BLOCKS names, zeros after its
 // end; any other is filled with 0xEE. dongle_run and dongle_recv log how the terminal at standard input is set.
-#include <poll.h>
 #include <signal.h>
 #include <string.h>
 #include <termios.h>
@@ -92,12 +89,6 @@ Script& script() {
     return loaded;
 }
 
-void sleep_ms(int milliseconds) {
-    timespec time = {milliseconds / 1000, milliseconds % 1000 * 1000000L};
-    while (nanosleep(&time, &time) < 0) {
-    }
-}
-
 bool exists(const std::string& path) {
     return access(path.c_str(), F_OK) == 0;
 }
@@ -105,13 +96,9 @@ bool exists(const std::string& path) {
 void await_file(const std::string& path) {
     for (int waited = 0; !exists(path); waited++) {
         if (waited > wait_limit_ms) abort();
-        sleep_ms(1);
+        const timespec millisecond = {0, 1000000};
+        nanosleep(&millisecond, nullptr);
     }
-}
-
-void await_input() {
-    pollfd input = {STDIN_FILENO, POLLIN, 0};
-    if (poll(&input, 1, wait_limit_ms) != 1) abort();
 }
 
 // The other group's only process dies with the program, by the hang-up of their session.
@@ -129,14 +116,10 @@ void go_to_background() {
 // A step that is no receive.
 void perform(const Words& words) {
     const std::string& verb = words[0];
-    if (verb == "sleep")
-        sleep_ms(number(words.at(1)));
-    else if (verb == "touch")
+    if (verb == "touch")
         std::ofstream(words.at(1)).put('\n');
     else if (verb == "await")
         await_file(words.at(1));
-    else if (verb == "await_input")
-        await_input();
     else if (verb == "kill")
         kill(getpid(), number(words.at(1)));
     else if (verb == "background")

@@ -1,24 +1,20 @@
 // SPDX-License-Identifier: MIT
-// Recordings, blocks of audio and WAVE files as the tests need them, byte by byte.
+// Recordings and blocks of audio, byte by byte.
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <vector>
 
-#include "support/temp_dir.h"
+#include "support/bytes.h"
 
 constexpr std::size_t frame_bytes = 12;
 constexpr std::size_t block_bytes = 320;
-
-Bytes operator+(Bytes first, const Bytes& second);
-Bytes zeros(std::size_t count);
 
 // Frame `number`: twelve bytes that no other frame has, such as 01 a1 a2 ... ab.
 Bytes frame(int number);
 std::vector<Bytes> frames(int count);
 // The frame with the bits of each byte in the other order.
-Bytes mirrored(const Bytes& content);
+Bytes reversed(const Bytes& content);
 
 Bytes raw_recording(const std::vector<Bytes>& frames);
 
@@ -30,17 +26,7 @@ Bytes with_length(const Bytes& content);
 // 27 bytes: 15 that are not interpreted, then the frame.
 Bytes record(const Bytes& frame);
 
-// Samples as the vocoder's blocks and a linear WAVE file hold them: 16 bits, low byte first.
-Bytes samples_to_bytes(const std::vector<std::int16_t>& samples);
-std::vector<std::int16_t> bytes_to_samples(const Bytes& content);
 // A tone with noise on it, full scale now and then; the same for the same count on every machine.
 std::vector<std::int16_t> test_samples(std::size_t count);
 // As many blocks of them.
 Bytes test_blocks(std::size_t count);
-
-Bytes first_bytes(const Bytes& content, std::size_t count);
-Bytes from_byte(const Bytes& content, std::size_t offset);
-
-// A number as a file holds it, low byte first.
-Bytes low_first_2(unsigned value);
-Bytes low_first_4(unsigned value);
