@@ -71,91 +71,100 @@ TEST(Settings, DefaultsPlayOnTheFirstUsbAdapterAt230400) {
     EXPECT_EQ(settings.sound_device, -1);
 }
 
-TEST(Settings, EachDebugOptionCountsOneUp) {
-    EXPECT_EQ(options({"-d", "-dd"}).debug_level, 3);
-}
-
-TEST(Settings, EachVerboseOptionCountsOneUp) {
+TEST(Settings, EachDebugAndVerboseOptionCountsOneUp) {
+    EXPECT_EQ(options({"-d", "-ddWd"}).debug_level, 4);
     EXPECT_EQ(options({"-vv"}).verbose_level, 2);
 }
 
 TEST(Settings, ReversingTwiceTurnsItOffAgain) {
     EXPECT_EQ(options({"-R"}).reverse_bits, 1);
-    EXPECT_EQ(options({"-R", "-R"}).reverse_bits, 0);
-    EXPECT_EQ(options({"-RRR"}).reverse_bits, 1);
+    EXPECT_EQ(options({"-RWR"}).reverse_bits, 0);
+    EXPECT_EQ(options({"-RR", "-R"}).reverse_bits, 1);
 }
 
-TEST(Settings, EachFormatNameHasItsWaveTag) {
+TEST(Settings, EachFormatNameHasItsWaveTagAndTheLastHolds) {
     EXPECT_EQ(options({"-W", "-F", "pcm"}).format_tag, 1u);
     EXPECT_EQ(options({"-W", "-F", "ulaw"}).format_tag, 7u);
-    EXPECT_EQ(options({"-W", "-F", "alaw"}).format_tag, 6u);
+    EXPECT_EQ(options({"-W", "-d", "-Falaw"}).format_tag, 6u);
     EXPECT_EQ(options({"-W", "-F", "adpcm"}).format_tag, 17u);
-    EXPECT_EQ(options({"-W", "-F", "gsm"}).format_tag, 49u);
     EXPECT_EQ(options({"-WFgsm"}).format_tag, 49u);
+    EXPECT_EQ(options({"-W", "-F", "gsm", "-F", "pcm"}).format_tag, 1u);
 }
 
-TEST(Settings, UnknownFormatNameIsSaidAndChangesNothing) {
-    Settings settings;
-    const Output output = output_of([&] { settings = options({"-W", "-F", "ulaw", "-F", "mp3", "-d"}); });
-    EXPECT_EQ(output.out, "Format 'mp3' is not supported.\n");
-    EXPECT_EQ(output.err, "");
-    EXPECT_EQ(settings.format_tag, 7u);
-    EXPECT_EQ(settings.debug_level, 1) << "parsing goes on";
-}
-
-TEST(Settings, FormatNamesAreCaseSensitiveAndWhole) {
-    for (const char* name : {"PCM", "Gsm", "pc", "pcm ", ""}) {
-        const Output output = output_of([&] { EXPECT_EQ(options({"-W", "-F", name}).format_tag, 1u); });
-        EXPECT_EQ(output.out, "Format '" + std::string(name) + "' is not supported.\n");
+TEST(Settings, UnknownFormatNameIsSaidWholeAndChangesNothing) {
+    const std::string long_name(5000, 'x');
+    const std::vector<std::string> names = {"mp3",  "PCM", "Gsm", "pcm ",  " pcm",   "gs",
+                                            "gsmx", "",    "1",   "a-law", long_name};
+    for (const std::string& name : names) {
+        Settings settings;
+        const Output output = output_of([&] { settings = options({"-W", "-F", "ulaw", "-F", name, "-d"}); });
+        EXPECT_EQ(output.out, "Format '" + name + "' is not supported.\n");
+        EXPECT_EQ(output.err, "");
+        EXPECT_EQ(settings.format_tag, 7u);
+        EXPECT_EQ(settings.debug_level, 1) << "parsing goes on";
     }
 }
 
-TEST(Settings, FormatBeforeWriteModeIsAUsageError) {
-    expect_usage({"-F", "gsm", "-W", "file"});
-    expect_usage({"-F", "pcm", "file"});
-}
-
-TEST(Settings, SoundDeviceAfterWriteModeIsAUsageError) {
-    expect_usage({"-W", "-D", "2", "file"});
+// The order counts as the options stand, behind an operand too. getopt itself says nothing.
+TEST(Settings, UnknownLetterMissingArgumentAndWrongOrderAreUsageErrors) {
+    // clang-format off
+    const std::vector<std::string> lines[] = {
+        {"-x"}, {"-h"}, {"-w"}, {"-r"}, {"-V"}, {"-?"}, {"-:"}, {"--help"}, {"--version"}, {"-Wx"}, {"-dv1"},
+        {"-D"}, {"-W", "-F"}, {"-p"}, {"file", "-s"},
+        {"-F", "gsm", "-W"}, {"-Fpcm"}, {"-F", "no such format"}, {"a.ambe", "-F", "gsm", "-W"},
+        {"-W", "-D", "2"}, {"-WD2"}, {"-D", "2", "-W", "-D", "2"}, {"-W", "a.ambe", "-D", "1"},
+    };
+    // clang-format on
+    for (const std::vector<std::string>& line : lines) {
+        SCOPED_TRACE(testing::PrintToString(line));
+        expect_usage(line);
+    }
 }
 
 TEST(Settings, SoundDeviceBeforeWriteModeIsAccepted) {
-    const Settings settings = options({"-D", "2", "-W"});
-    EXPECT_EQ(settings.sound_device, 2);
-    EXPECT_TRUE(settings.write_mode);
+    for (const std::string device : {"-D2", "-D 2"}) {
+        const Settings settings = options({device, "-W"});
+        EXPECT_EQ(settings.sound_device, 2);
+        EXPECT_TRUE(settings.write_mode);
+    }
 }
 
-TEST(Settings, UnknownLetterAndMissingArgumentAreUsageErrors) {
-    expect_usage({"-x", "file"});
-    expect_usage({"file", "-p"});
-    expect_usage({"--help"});
-}
+struct NumberRow {
+    const char* text;
+    int value;
+};
 
-TEST(Settings, GetoptItselfPrintsNothing) {
-    EXPECT_EXIT(parsed({"-x"}), testing::ExitedWithCode(1), "^Usage: [^\n]*\n$");
-}
+// Through a long, then an int; strtol stops at 2^63 - 1.
+constexpr NumberRow number_rows[] = {
+    {"9600",                 9600           },
+    {"230400",               230400         },
+    {"1",                    1              },
+    {"-5",                   -5             },
+    {"-1",                   -1             },
+    {" 9600",                9600           },
+    {"+9600",                9600           },
+    {"9600bps",              9600           },
+    {"0x10",                 0              },
+    {"010",                  10             },
+    {"abc",                  0              },
+    {"x1",                   0              },
+    {" ",                    0              },
+    {"",                     0              },
+    {"300",                  300            },
+    {"2147483647",           2147483647     },
+    {"2147483648",           -2147483647 - 1}, // 2^31
+    {"4294967295",           -1             }, // 2^32 - 1
+    {"4294967297",           1              }, // 2^32 + 1
+    {"99999999999",          1215752191     }, // 0x17'4876E7FF without its upper half
+    {"99999999999999999999", -1             },
+};
 
-TEST(Settings, PortKeepsItsFirstFifteenCharacters) {
-    EXPECT_STREQ(options({"-p", "/dev/ttyACM0"}).port, "/dev/ttyACM0");
-    EXPECT_STREQ(options({"-p", "123456789012345"}).port, "123456789012345");
-    EXPECT_STREQ(options({"-p", "12345678901234567890"}).port, "123456789012345");
-    EXPECT_STREQ(options({"-p", ""}).port, "");
-}
-
-TEST(Settings, SpeedIsTheNumberAtTheStartOfTheText) {
-    EXPECT_EQ(options({"-s", "9600"}).speed, 9600);
+TEST(Settings, SpeedAndSoundDeviceAreTheNumberAtTheStartOfTheText) {
+    for (const NumberRow& row : number_rows) {
+        EXPECT_EQ(options({"-s", row.text}).speed, row.value) << row.text;
+        EXPECT_EQ(options({"-D", row.text}).sound_device, row.value) << row.text;
+    }
     EXPECT_EQ(options({"-s115200baud"}).speed, 115200);
-    EXPECT_EQ(options({"-s", "-5"}).speed, -5);
-    EXPECT_EQ(options({"-s", "0x10"}).speed, 0) << "base 10";
-}
-
-TEST(Settings, NonNumericSpeedIsZero) {
-    EXPECT_EQ(options({"-s", "fast"}).speed, 0);
-}
-
-TEST(Settings, SpeedGoesThroughAnInt) {
-    EXPECT_EQ(options({"-s", "4294967297"}).speed, 1);  // 2^32 + 1
-    EXPECT_EQ(options({"-s", "2147483648"}).speed, -2147483647 - 1);
 }
 
 TEST(Settings, OptionsAndOperandsMayBeMixed) {
@@ -164,10 +173,10 @@ TEST(Settings, OptionsAndOperandsMayBeMixed) {
     EXPECT_EQ(result.operands, (std::vector<std::string>{"one", "two", "three"}));
 }
 
-TEST(Settings, AfterTwoDashesEverythingIsAnOperand) {
-    const Parsed result = parsed({"-d", "--", "-W", "file"});
+TEST(Settings, AfterTwoDashesEverythingIsAnOperandAndASingleDashIsOne) {
+    const Parsed result = parsed({"-d", "-", "--", "-W", "file"});
     EXPECT_FALSE(result.settings.write_mode);
-    EXPECT_EQ(result.operands, (std::vector<std::string>{"-W", "file"}));
+    EXPECT_EQ(result.operands, (std::vector<std::string>{"-", "-W", "file"}));
 }
 
 TEST_F(Environment, UnsetLeavesTheDefaults) {
@@ -177,19 +186,16 @@ TEST_F(Environment, UnsetLeavesTheDefaults) {
     EXPECT_STREQ(settings.port, "/dev/ttyUSB0");
 }
 
-TEST_F(Environment, SoundcardGivesTheSoundDevice) {
-    EXPECT_EQ(with("SOUNDCARD", "3").sound_device, 3);
-    EXPECT_EQ(with("SOUNDCARD", "-1").sound_device, -1);
-    EXPECT_EQ(with("SOUNDCARD", "300").sound_device, 300);
+TEST_F(Environment, SoundcardIsTheNumberAtTheStartOfTheTextTheEmptyOneIncluded) {
+    for (const NumberRow& row : number_rows) EXPECT_EQ(with("SOUNDCARD", row.text).sound_device, row.value) << row.text;
 }
 
-TEST_F(Environment, SoundcardThatIsNoNumberIsDeviceZero) {
-    EXPECT_EQ(with("SOUNDCARD", "abc").sound_device, 0);
-    EXPECT_EQ(with("SOUNDCARD", "").sound_device, 0) << "set to the empty text is set";
-}
-
-TEST_F(Environment, DongleGivesThePortCutToFifteenCharacters) {
-    EXPECT_STREQ(with("DONGLE", "/dev/ttyS1").port, "/dev/ttyS1");
-    EXPECT_STREQ(with("DONGLE", "12345678901234567890").port, "123456789012345");
-    EXPECT_STREQ(with("DONGLE", "").port, "") << "set to the empty text is set";
+TEST_F(Environment, PortOfTheOptionOrOfDongleIsItsFirstFifteenCharacters) {
+    const std::vector<std::string> ports = {"/dev/ttyACM0",     "12345678901234",       "123456789012345",
+                                            "1234567890123456", std::string(9000, '9'), ""};
+    for (const std::string& port : ports) {
+        EXPECT_STREQ(options({"-p", port}).port, port.substr(0, 15).c_str());
+        EXPECT_STREQ(with("DONGLE", port.c_str()).port, port.substr(0, 15).c_str());
+    }
+    EXPECT_STREQ(options({"-p", "/dev/ttyUSB0123", "-p", "/x"}).port, "/x") << "replaced whole";
 }
