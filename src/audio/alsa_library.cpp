@@ -17,9 +17,11 @@ bool find(void* library, const char* name, Function& function) {
 }
 
 bool find_all(void* library, AlsaLibrary& alsa) {
-#define ALSA_FIND(name) &&find(library, #name, alsa.name)
-    return true ALSA_FUNCTIONS(ALSA_FIND);
+    bool found = true;
+#define ALSA_FIND(name) found = find(library, #name, alsa.name) && found;
+    ALSA_FUNCTIONS(ALSA_FIND)
 #undef ALSA_FIND
+    return found;
 }
 
 }  // namespace

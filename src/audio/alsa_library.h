@@ -44,7 +44,7 @@
 // clang-format on
 
 struct AlsaLibrary {
-#define ALSA_POINTER(name) decltype(&::name) name;
+#define ALSA_POINTER(name) decltype(&::name) name;  // NOLINT(bugprone-macro-parentheses)
     ALSA_FUNCTIONS(ALSA_POINTER)
 #undef ALSA_POINTER
 };

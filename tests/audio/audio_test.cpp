@@ -253,8 +253,7 @@ TEST_P(SilentDevice, VerboseProgramHearsWhyAnotherDeviceIsSilent) {
     });
     const std::string number = std::to_string(GetParam());
     EXPECT_EQ(output.out, "");
-    EXPECT_EQ(output.err,
-              GetParam() == 0 ? "" : "MCI: no sound on device " + number + ", built without sound !\n");
+    EXPECT_EQ(output.err, GetParam() == 0 ? "" : "MCI: no sound on device " + number + ", built without sound !\n");
 }
 
 TEST_P(SilentDevice, AttachKeepsCallbackAndDataAndMarksTheRecord) {

@@ -50,6 +50,7 @@ int main(int count, char** arguments) {
         best = correlation;
         best_place = place;
     }
-    std::printf("%zu samples heard, %zu wanted: correlation %.4f at %zu\n", heard.size(), wanted.size(), best, best_place);
+    std::printf("%zu samples heard, %zu wanted: correlation %.4f at %zu\n", heard.size(), wanted.size(), best,
+                best_place);
     return best > least_correlation ? 0 : 1;
 }
