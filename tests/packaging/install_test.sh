@@ -35,6 +35,19 @@ case $runpath in
 esac
 check cmp -s "$source/docs/quaver.1" usr/share/man/man1/quaver.1
 
+# Every link of the installed documents leads to a file, or to a heading of the same document.
+while IFS= read -r page; do
+    while IFS= read -r link; do
+        target=${link%%#*} heading=${link#*#}
+        case $link in
+        http*) ;;
+        \#*) sed -n 's/^##* //p' "$page" | tr 'A-Z ' 'a-z-' | tr -cd 'a-z0-9\n-' | grep -qx -e "$heading" ||
+            { echo "$page: no heading for $link"; exit 1; } ;;
+        *) check test -e "$(dirname "$page")/$target" ;;
+        esac
+    done < <(grep -oE '\]\([^)]+\)' "$page" | sed 's/^](//; s/)$//')
+done < <(find usr/share/doc/quaver -name '*.md')
+
 # The tree is moved: nothing in it may remember where it was installed or built.
 mv usr elsewhere
 cp elsewhere/share/doc/quaver/samples/greeting.dvtool voice.dvtool
