@@ -330,13 +330,19 @@ TEST(CodecStreamRead, ErrorPrintsItsMessageAndReturnsMinusOneAlsoAfterSomeBytes)
     // -65536 has sixteen zero bits at its end: as a 16-bit number it would be the end of the input.
     for (const int error : {-1, -5, -65536}) {
         for (const std::deque<Bytes>& pieces : {std::deque<Bytes>{}, {bytes({1, 2})}}) {
-            const StreamPtr stream = new_stream(linear_pcm, mode_decode);
-            const BlockSource source(stream, pieces, error);
-            std::uint8_t buffer[4] = {};
-            const Output output = output_of([&] { EXPECT_EQ(codec_stream_read(stream.get(), buffer, 4), -1); });
-            EXPECT_EQ(output.out, "");
-            EXPECT_EQ(output.err, "I/O error during READ DATA !\n");
-            EXPECT_LT(stream->last_read, 0);
+            for (const CodecOperation decode : {CodecOperation{nullptr}, CodecOperation{recording_operation}}) {
+                const StreamPtr stream = new_stream(g711_alaw, mode_decode);
+                stream->decode = decode;
+                calls.clear();
+                operation_result = 1;
+                const BlockSource source(stream, pieces, error);
+                std::uint8_t buffer[4] = {};
+                const Output output = output_of([&] { EXPECT_EQ(codec_stream_read(stream.get(), buffer, 4), -1); });
+                EXPECT_EQ(output.out, "");
+                EXPECT_EQ(output.err, "I/O error during READ DATA !\n");
+                EXPECT_LT(stream->last_read, 0);
+                EXPECT_EQ(calls.size(), decode != nullptr ? pieces.size() : 0) << "an error is not decoded";
+            }
         }
     }
 }
@@ -371,13 +377,15 @@ TEST(CodecStreamRead, DecodeGetsTheBytesThatCameAndObuffIsDelivered) {
     EXPECT_EQ(source.asked, std::vector<int>{1024});
 }
 
-TEST(CodecStreamRead, BlockThatDecodesToNothingTakesMoreInput) {
-    const StreamPtr stream = new_stream(g711_alaw, mode_decode);
-    BlockSource source(stream, {counting_bytes(10), counting_bytes(10)});
-    stream->decode = recording_operation;
-    operation_result = 0;
-    EXPECT_EQ(read_from(*stream, 1), Bytes{});
-    EXPECT_EQ(source.asked.size(), 3u);
+TEST(CodecStreamRead, BlockThatDecodesToNothingOrLessTakesMoreInput) {
+    for (const std::uint32_t result : {0u, 0xFFFFu, 0x8000u}) {  // 0, -1 and -32768 in 16 bits
+        const StreamPtr stream = new_stream(g711_alaw, mode_decode);
+        const BlockSource source(stream, {counting_bytes(10), counting_bytes(10)});
+        stream->decode = recording_operation;
+        operation_result = result;
+        EXPECT_EQ(read_from(*stream, 1), Bytes{});
+        EXPECT_EQ(source.asked.size(), 3u);
+    }
 }
 
 TEST(CodecStreamRead, NoMoreIsDeliveredThanTheOutputBufferHolds) {

@@ -24,6 +24,11 @@ constexpr Poll key(int value) {
     return {.result = 1, .key = value};
 }
 
+Lines operator+(Lines first, const Lines& second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
 struct PumpRun : TempDir {
     std::string directory = *this / "walk";
     WalkOutcome outcome;
@@ -32,6 +37,21 @@ struct PumpRun : TempDir {
 
     std::string input(std::size_t index = 0) const { return recording_path(directory, index); }
     std::string output(std::size_t index = 0) const { return wave_path(directory, index); }
+
+    // What a trace of one raw recording begins with, and what that of its conversion ends with but for the last words.
+    Lines opening() const {
+        return {"fopen(" + input() + ", rb)", "fclose(" + input() + ")", "fopen(" + input() + ", rb)"};
+    }
+    Lines teardown() const {
+        return {"tcsetattr as found",
+                "stderr: > Stopping Dongle.\\n",
+                "dongle_run(0)",
+                "stderr: > Dongle stopped.\\n> Closing RIFF.\\n",
+                "fclose(" + output() + ")",
+                "stderr: > RIFF closed.\\n> Closing DVX.\\n",
+                "fclose(" + input() + ")",
+                "stderr: > DVX closed.\\n"};
+    }
 
     // All of standard output.
     std::string printed() const {
@@ -229,35 +249,25 @@ TEST(DecodePump, OneKeyIsReadATurnAndOnlyWhenOneWaits) {
 
 TEST(DecodePump, ConversionStartsAndEndsInThisOrder) {
     const PumpRun run(raw_walk(9, {wants_frame, timed_out}));
-    EXPECT_EQ(run.outcome.trace, (Lines{
-                                     "fopen(" + run.input() + ", rb)",
-                                     "fclose(" + run.input() + ")",
-                                     "fopen(" + run.input() + ", rb)",
-                                     "fopen(" + run.output() + ", wb)",
-                                     "fclose(" + run.output() + ")",
-                                     "fopen(" + run.output() + ", rb+)",
-                                     "ambe_init(packet, 1)",
-                                     "dongle_run(1)",
-                                     "tcgetattr",
-                                     "tcsetattr raw",
-                                     "stdout: Converting file '" + run.input() + "' to '" + run.output() + "': |\\b",
-                                     "poll keyboard = 0",
-                                     "dongle_recv(0, 400) = 48, 5",
-                                     "ambe_send(packet, " + frame_text(1) + ")",
-                                     "dongle_send(5, packet " + frame_text(1) + ", 48)",
-                                     "stdout: /\\b",
-                                     "poll keyboard = 0",
-                                     "dongle_recv(0, 400) = 34, 1",
-                                     "tcsetattr as found",
-                                     "stderr: > Stopping Dongle.\\n",
-                                     "dongle_run(0)",
-                                     "stderr: > Dongle stopped.\\n> Closing RIFF.\\n",
-                                     "fclose(" + run.output() + ")",
-                                     "stderr: > RIFF closed.\\n> Closing DVX.\\n",
-                                     "fclose(" + run.input() + ")",
-                                     "stderr: > DVX closed.\\n",
-                                     "stdout: TIMEOUT\\n",
-                                 }));
+    EXPECT_EQ(run.outcome.trace, (run.opening() +
+                                  Lines{
+                                      "fopen(" + run.output() + ", wb)",
+                                      "fclose(" + run.output() + ")",
+                                      "fopen(" + run.output() + ", rb+)",
+                                      "ambe_init(packet, 1)",
+                                      "dongle_run(1)",
+                                      "tcgetattr",
+                                      "tcsetattr raw",
+                                      "stdout: Converting file '" + run.input() + "' to '" + run.output() + "': |\\b",
+                                      "poll keyboard = 0",
+                                      "dongle_recv(0, 400) = 48, 5",
+                                      "ambe_send(packet, " + frame_text(1) + ")",
+                                      "dongle_send(5, packet " + frame_text(1) + ", 48)",
+                                      "stdout: /\\b",
+                                      "poll keyboard = 0",
+                                      "dongle_recv(0, 400) = 34, 1",
+                                  } +
+                                  run.teardown() + Lines{"stdout: TIMEOUT\\n"}));
     EXPECT_EQ(run.outcome.results, std::vector<int>{0});
 }
 
@@ -265,27 +275,24 @@ TEST(DecodePump, PlayingStartsAndEndsInThisOrder) {
     Walk walk = raw_walk(9, {failed});
     walk.convert = false;
     const PumpRun run(walk);
-    EXPECT_EQ(run.outcome.trace, (Lines{
-                                     "fopen(" + run.input() + ", rb)",
-                                     "fclose(" + run.input() + ")",
-                                     "fopen(" + run.input() + ", rb)",
-                                     "audio_start(pull_block, none)",
-                                     "ambe_init(packet, 1)",
-                                     "dongle_run(1)",
-                                     "tcgetattr",
-                                     "tcsetattr raw",
-                                     "stdout: Playing file '" + run.input() + "': |\\b",
-                                     "poll keyboard = 0",
-                                     "dongle_recv(0, 400) = -1, 0",
-                                     "tcsetattr as found",
-                                     "stderr: > Stopping Dongle.\\n",
-                                     "dongle_run(0)",
-                                     "stderr: > Dongle stopped.\\n> Stopping Audio.\\n",
-                                     "audio_stop",
-                                     "stderr: > Audio stopped.\\n> Closing DVX.\\n",
-                                     "fclose(" + run.input() + ")",
-                                     "stderr: > DVX closed.\\n",
-                                 }));
+    EXPECT_EQ(run.outcome.trace, (run.opening() + Lines{
+                                                      "audio_start(pull_block, none)",
+                                                      "ambe_init(packet, 1)",
+                                                      "dongle_run(1)",
+                                                      "tcgetattr",
+                                                      "tcsetattr raw",
+                                                      "stdout: Playing file '" + run.input() + "': |\\b",
+                                                      "poll keyboard = 0",
+                                                      "dongle_recv(0, 400) = -1, 0",
+                                                      "tcsetattr as found",
+                                                      "stderr: > Stopping Dongle.\\n",
+                                                      "dongle_run(0)",
+                                                      "stderr: > Dongle stopped.\\n> Stopping Audio.\\n",
+                                                      "audio_stop",
+                                                      "stderr: > Audio stopped.\\n> Closing DVX.\\n",
+                                                      "fclose(" + run.input() + ")",
+                                                      "stderr: > DVX closed.\\n",
+                                                  }));
     EXPECT_EQ(run.outcome.results, std::vector<int>{0});
 }
 
@@ -295,17 +302,7 @@ TEST(DecodePump, EveryEndIsTornDownAlike) {
     for (Walk walk : ends) {
         if (walk.recordings[0].content.empty()) walk.recordings[0].content = Bytes(10, 1);  // no frame, not short
         const PumpRun run(walk);
-        EXPECT_EQ(between(run.outcome.trace, "tcsetattr as found", "stderr: > DVX closed.\\n"),
-                  (Lines{
-                      "tcsetattr as found",
-                      "stderr: > Stopping Dongle.\\n",
-                      "dongle_run(0)",
-                      "stderr: > Dongle stopped.\\n> Closing RIFF.\\n",
-                      "fclose(" + run.output() + ")",
-                      "stderr: > RIFF closed.\\n> Closing DVX.\\n",
-                      "fclose(" + run.input() + ")",
-                      "stderr: > DVX closed.\\n",
-                  }));
+        EXPECT_EQ(between(run.outcome.trace, "tcsetattr as found", "stderr: > DVX closed.\\n"), run.teardown());
         EXPECT_EQ(run.outcome.results, std::vector<int>{0});
     }
 }
@@ -329,17 +326,14 @@ TEST(DecodePump, OutputThatCannotBeCreatedStartsNoVocoderAndTouchesNoConsole) {
     Walk walk = raw_walk(9, {});
     walk.recordings[0].kind = RecordingFile::Kind::output_in_the_way;
     const PumpRun run(walk);
-    EXPECT_EQ(run.outcome.trace,
-              (Lines{
-                  "fopen(" + run.input() + ", rb)",
-                  "fclose(" + run.input() + ")",
-                  "fopen(" + run.input() + ", rb)",
-                  "fopen(" + run.output() + ", wb) failed",
-                  "fopen(" + run.output() + ", rb+) failed",
-                  "stderr: Unable to create file '" + run.output() + "' !\\n",
-                  "fclose(" + run.input() + ")",
-                  "stdout: Converting file '" + run.input() + "' to '" + run.output() + "': CANNOT CREATE\\n",
-              }));
+    EXPECT_EQ(run.outcome.trace, (run.opening() + Lines{
+                                                      "fopen(" + run.output() + ", wb) failed",
+                                                      "fopen(" + run.output() + ", rb+) failed",
+                                                      "stderr: Unable to create file '" + run.output() + "' !\\n",
+                                                      "fclose(" + run.input() + ")",
+                                                      "stdout: Converting file '" + run.input() + "' to '" +
+                                                          run.output() + "': CANNOT CREATE\\n",
+                                                  }));
     EXPECT_EQ(run.outcome.results, std::vector<int>{-1});
 }
 
@@ -401,13 +395,10 @@ TEST(DecodePump, AudioThatCannotStartLeavesTheRecordingOpen) {
     walk.convert = false;
     walk.audio_start_result = -1;
     const PumpRun run(walk);
-    EXPECT_EQ(run.outcome.trace, (Lines{
-                                     "fopen(" + run.input() + ", rb)",
-                                     "fclose(" + run.input() + ")",
-                                     "fopen(" + run.input() + ", rb)",
-                                     "audio_start(pull_block, none)",
-                                     "stdout: Playing file '" + run.input() + "': ERROR\\n",
-                                 }));
+    EXPECT_EQ(run.outcome.trace, (run.opening() + Lines{
+                                                      "audio_start(pull_block, none)",
+                                                      "stdout: Playing file '" + run.input() + "': ERROR\\n",
+                                                  }));
     EXPECT_EQ(run.outcome.results, std::vector<int>{-1});
 }
 
