@@ -22,8 +22,10 @@ struct alignas(32) Harmonics {
 struct SpeechModel {
     Harmonics harmonics;
     float log2_magnitude[harmonic_slots];  // what the next frame is predicted from; 0 past the last harmonic
-    float gain;                            // gamma
 };
+
+// The magnitude of an unvoiced harmonic is that of a voiced one of the same power times noise_density / sqrt(omega 0).
+constexpr float noise_density = 0.2046F;
 
 // Turns times 2^32, of turns from 0 to 1. Always inlined: no copy of it may be compiled for one processor and be called
 // on another.

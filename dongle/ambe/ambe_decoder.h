@@ -6,28 +6,30 @@
 #pragma once
 
 #include "ambe/ambe_frame.h"
+#include "ambe/harmonics_enhance.h"
 #include "lanes/decoder_version.h"
 #include "speech_model.h"
 #include "synthesis/mbe_synthesis.h"
 #include "synthesis/tone.h"
 
-enum class FrameAction { voice, silence, tone, repeat, mute };
+enum class FrameAction { voice, silence, tone, repeat, partial, mute };
 
 struct DecoderCounts {
     long frames;          // decoded so far
     long corrected_bits;  // in frames that are not bad
-    long repeated, muted;
+    long repeated;        // in whole or in part
+    long muted;
 };
 
 struct AmbeDecoder {
     const DecoderVersion* version;
-    AmbeFrame frame;         // the last frame
-    FrameAction action;      // what was made of it
-    SpeechModel model;       // of the last voice or silence frame, as decoded
-    Harmonics spoken;        // what was synthesised in the last frame: the model's, enhanced and smoothed, or muted
-    float smoothing_energy;  // S
-    float error_rate;        // ER, an estimate of the channel's bit error rate
-    int bad_frames;          // in a row
+    AmbeFrame frame;       // the last frame
+    FrameAction action;    // what was made of it
+    SpeechModel model;     // of the last voice or silence frame, as decoded
+    Harmonics spoken;      // what was synthesised in the last frame: the model's, enhanced and smoothed, or muted
+    RunningEnergy energy;  // of the models so far
+    float error_rate;      // ER, an estimate of the channel's bit error rate
+    int bad_frames;        // in a row
     MbeSynthesis synthesis;
     Tone tone;
     DecoderCounts counts;
@@ -40,5 +42,5 @@ void ambe_decoder_start(AmbeDecoder& decoder, const DecoderVersion& version);
 // this one.
 void ambe_decode(AmbeDecoder& decoder, FrameBytes bytes, PcmBlock& samples);
 
-// "voice", "silence", "tone", "repeat" or "mute".
+// "voice", "silence", "tone", "repeat", "partial" or "mute".
 const char* frame_action_name(FrameAction action);

@@ -12,8 +12,7 @@ namespace {
 
 constexpr int silence_harmonics = 14;
 constexpr std::uint32_t silence_fundamental = phase_of_turns(1.0 / 32);
-constexpr float prediction_factor = 0.65F;
-constexpr float gain_factor = 0.5F;
+constexpr float prediction_factor = 0.8F;
 constexpr int longest_block = 17;
 constexpr int cosine_columns = 5;  // coefficients C2 to C6 of a block; C1 has none
 constexpr int block_room = 24;     // the longest block in whole groups of eight
@@ -165,25 +164,43 @@ void clear_past(float* values, int count) {
         store(values + i, masked(mask_below(i, count), load(values + i)));
 }
 
+// What the frame says of its level: gamma less the share of each harmonic.
+float level_of(const AmbeFrame& frame, int harmonics) {
+    return 2.0F * gain_table[frame.gain_index] - half_logs.of[harmonics];
+}
+
+// log2 M = T - mean T + factor (p - mean p) + level
+void combine(const float* residuals, float factor, const float* prediction, float level, SpeechModel& model) {
+    const int harmonics = model.harmonics.count;
+    const float offset = level - mean_of(residuals, harmonics) - factor * mean_of(prediction, harmonics);
+    for (int i = 0; i < harmonics; i += lane_count)
+        store(model.log2_magnitude + i, load(residuals + i) + factor * load(prediction + i) + offset);
+    clear_past(model.log2_magnitude, harmonics);
+}
+
 void decode_log_magnitudes(const AmbeFrame& frame, int harmonics_before, SpeechModel& model) {
     const int harmonics = model.harmonics.count;
     float residuals[harmonic_slots + block_room];
     float prediction[harmonic_slots];
     decode_residuals(frame, harmonics, residuals);
     predict(model.log2_magnitude, harmonics_before, harmonics, prediction);
-
-    const float level = model.gain - half_logs.of[harmonics] - mean_of(residuals, harmonics) -
-                        prediction_factor * mean_of(prediction, harmonics);
-    for (int i = 0; i < harmonics; i += lane_count)
-        store(model.log2_magnitude + i, load(residuals + i) + prediction_factor * load(prediction + i) + level);
-    clear_past(model.log2_magnitude, harmonics);
+    combine(residuals, prediction_factor, prediction, level_of(frame, harmonics), model);
 }
 
-// An unvoiced magnitude is a density of noise: with this factor both kinds have the same power for the same logarithm.
+// The shape of the frame before, stretched to the new number of harmonics, at the new level.
+void repeat_log_magnitudes(const AmbeFrame& frame, int harmonics_before, SpeechModel& model) {
+    const int harmonics = model.harmonics.count;
+    constexpr float no_residuals[harmonic_slots] = {};
+    float prediction[harmonic_slots];
+    predict(model.log2_magnitude, harmonics_before, harmonics, prediction);
+    combine(no_residuals, 1.0F, prediction, level_of(frame, harmonics), model);
+}
+
+// An unvoiced magnitude is a density of noise.
 void decode_magnitudes(SpeechModel& model) {
     Harmonics& harmonics = model.harmonics;
     const float omega = static_cast<float>(2 * constant_pi * 0x1p-32) * static_cast<float>(harmonics.fundamental);
-    const Floats unvoiced = 0.2046F / sqrt(splat(omega));
+    const Floats unvoiced = noise_density / sqrt(splat(omega));
     for (int i = 0; i < harmonics.count; i += lane_count) {
         const Floats factor = select(load(harmonics.voiced + i), splat(1.0F), unvoiced);
         const Floats exponent =
@@ -204,8 +221,15 @@ void ambe_model_decode(const AmbeFrame& frame, SpeechModel& model) {
         decode_pitch(frame, model.harmonics);
         decode_voicing(frame, model.harmonics);
     }
-    model.gain = gain_table[frame.gain_index] + gain_factor * model.gain;
     decode_log_magnitudes(frame, harmonics_before, model);
+    decode_magnitudes(model);
+}
+
+void ambe_model_repeat_shape(const AmbeFrame& frame, SpeechModel& model) {
+    const int harmonics_before = model.harmonics.count;
+    decode_pitch(frame, model.harmonics);
+    decode_voicing(frame, model.harmonics);
+    repeat_log_magnitudes(frame, harmonics_before, model);
     decode_magnitudes(model);
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// From the fields of a frame to its speech model (ambe_model_decode).
+// From the fields of a frame to its speech model (ambe_model_decode, ambe_model_repeat_shape).
 //
 // J. C. Hardwick and J. S. Lim, "The application of the IMBE speech coder to mobile communications", ICASSP 1991, and
 // the TIA-102.BABA vocoder description: pitch, voicing, gain and spectral shape by codebooks and inverse cosine

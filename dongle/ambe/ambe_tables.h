@@ -14,18 +14,20 @@ constexpr int voice_pitches = 124;  // values of b0 that are voice: 0..123
 constexpr int voicing_bands = 8;    // of 500 Hz each
 constexpr int hoc_values = 4;       // C3..C6
 
-// One value of b0: fundamental frequency in cycles per sample and number of harmonics, L. The second pair is what
-// recordings of vocoder hardware hint at: their harmonic count seems to step at other values of b0. It is used nowhere.
+// One value of b0: fundamental frequency in cycles per sample and number of harmonics, L.
+//
+//   u = 2^(4.1261 + 0.02179 (b0 - 45))      f0 = 0.4627 / u      L = u without its fraction, from 9 to 56
+//
+// Published decoders have another rule; this one was inferred from recordings of vocoder hardware
+// (docs/software-dongle.md).
 struct PitchRow {
     double fundamental;
     int harmonics;
-    double fundamental_alternative;
-    int harmonics_alternative;
 };
 
 extern const PitchRow pitch_table[voice_pitches];            // by b0
 extern const std::uint8_t voicing_table[16][voicing_bands];  // by b1: 1 voiced, 0 unvoiced
-extern const float gain_table[64];                           // by b2: step of the gain, delta gamma
+extern const float gain_table[64];                           // by b2: half the gain, gamma / 2
 extern const float prba24_table[512][3];                     // by b3: G2..G4
 extern const float prba58_table[128][4];                     // by b4: G5..G8
 extern const float hoc_b5_table[16][hoc_values];             // by b5: C3..C6 of block 1

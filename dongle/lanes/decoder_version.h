@@ -12,6 +12,7 @@ struct Tone;
 struct ChannelQuality;
 struct Harmonics;
 struct MbeSynthesis;
+struct RunningEnergy;
 struct Spectrum;
 struct SpeechModel;
 struct ToneModel;
@@ -27,7 +28,8 @@ using TransformBlock = float[transform_samples];
 struct DecoderVersion {
     const char* name;
     void (*model_decode)(const AmbeFrame& frame, SpeechModel& model);
-    void (*harmonics_enhance)(Harmonics& harmonics, float& energy, ChannelQuality quality);
+    void (*model_repeat_shape)(const AmbeFrame& frame, SpeechModel& model);
+    void (*harmonics_enhance)(Harmonics& harmonics, RunningEnergy& energy, ChannelQuality quality);
     void (*synthesis_start)(MbeSynthesis& synthesis);
     void (*synthesize)(MbeSynthesis& synthesis, const Harmonics& harmonics, SpeechBlock& samples);
     void (*tone_samples)(Tone& tone, const ToneModel* model, SpeechBlock& samples);

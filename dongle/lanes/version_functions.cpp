@@ -10,9 +10,18 @@ namespace DECODER_VERSION {
 extern const DecoderVersion decoder_version;
 
 const DecoderVersion decoder_version = {
-    QUOTED(DECODER_VERSION), ambe_model_decode, harmonics_enhance, mbe_synthesis_start,
-    mbe_synthesize,          tone_samples,      pcm_output,        noise_words,
-    noise_samples,           transform_forward, transform_back,
+    QUOTED(DECODER_VERSION),
+    ambe_model_decode,
+    ambe_model_repeat_shape,
+    harmonics_enhance,
+    mbe_synthesis_start,
+    mbe_synthesize,
+    tone_samples,
+    pcm_output,
+    noise_words,
+    noise_samples,
+    transform_forward,
+    transform_back,
 };
 
 }  // namespace DECODER_VERSION

@@ -19,10 +19,14 @@ namespace DECODER_VERSION {
 // frame.
 void ambe_model_decode(const AmbeFrame& frame, SpeechModel& model);
 
-// ambe/harmonics_enhance: deepens the valleys between the formants, energy unchanged; in damaged frames makes the
-// loudest harmonics voiced; bounds the amplitude. `energy`, S, is the running mean of the energy and moves on by this
-// frame.
-void harmonics_enhance(Harmonics& harmonics, float& energy, ChannelQuality quality);
+// The same for a voice frame of which the second word is lost: pitch, voicing and gain are its own, the shape of the
+// spectrum is that of `model`.
+void ambe_model_repeat_shape(const AmbeFrame& frame, SpeechModel& model);
+
+// ambe/harmonics_enhance: deepens the valleys between the formants and raises the treble a little; in damaged frames
+// limits how much louder they are than those before, and makes the loudest harmonics voiced; bounds the amplitude.
+// `energy` moves on by this frame.
+void harmonics_enhance(Harmonics& harmonics, RunningEnergy& energy, ChannelQuality quality);
 
 // synthesis/mbe_synthesis: start of a recording: silence, all phases 0, the noise at its beginning.
 void mbe_synthesis_start(MbeSynthesis& synthesis);

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <iterator>
 
@@ -42,30 +43,33 @@ TEST(AmbeTables, EveryFigureIsThePublishedOne) {
     expect_book("block_lengths.csv", block_length_table, {"J1", "J2", "J3", "J4"});
     expect_table("gain.csv", 64, {"delta_gamma"}, [](std::size_t row, std::size_t) { return gain_table[row]; });
     // The two rows of silence that follow are not used.
-    expect_table("pitch.csv", voice_pitches, {"f0", "L", "f0_alt", "L_alt"}, [](std::size_t row, std::size_t i) {
+    expect_table("pitch.csv", voice_pitches, {"f0", "L"}, [](std::size_t row, std::size_t i) {
         const PitchRow& pitch = pitch_table[row];
-        const double values[] = {pitch.fundamental, double(pitch.harmonics), pitch.fundamental_alternative,
-                                 double(pitch.harmonics_alternative)};
-        return values[i];
+        return i == 0 ? pitch.fundamental : double(pitch.harmonics);
     });
 }
 
-TEST(AmbeTables, PitchIsAnExponentialOfItsIndex) {
+TEST(AmbeTables, PitchAndHarmonicsFollowTheirRule) {
     for (int b0 = 0; b0 < voice_pitches; b0++) {
-        const double f0 = std::exp2(-17661.0 / 4096 - 0.021336 * (b0 + 0.5));
-        EXPECT_NEAR(pitch_table[b0].fundamental, f0, 6e-10) << b0;
-        EXPECT_NEAR(pitch_table[b0].fundamental_alternative, std::pow(19.0 / 123, b0 / 123.0) / 19, 6e-10) << b0;
+        const double u = std::exp2(4.1261 + 0.02179 * (b0 - 45));
+        EXPECT_NEAR(pitch_table[b0].fundamental, 0.4627 / u, 6e-10) << b0;
+        EXPECT_EQ(pitch_table[b0].harmonics, std::min(56, std::max(9, static_cast<int>(u)))) << b0;
     }
 }
 
 TEST(AmbeTables, HarmonicsReachUpToAlmostHalfTheSamplingRate) {
     for (const PitchRow& row : pitch_table) {
-        // The upper edge of the last harmonic's band, too, lies below half the sampling rate.
-        EXPECT_LT(row.fundamental * (row.harmonics + 0.5), 0.5) << row.fundamental;
-        EXPECT_GT(row.fundamental * (row.harmonics + 1), 0.45) << row.fundamental;
-        const int alternative = static_cast<int>(0.4627 / row.fundamental_alternative);
-        EXPECT_EQ(row.harmonics_alternative, std::min(56, std::max(9, alternative))) << row.fundamental;
+        EXPECT_LT(row.fundamental * row.harmonics, 0.48) << row.fundamental;
+        EXPECT_GT(row.fundamental * (row.harmonics + 1), 0.46) << row.fundamental;
     }
+}
+
+TEST(AmbeTables, BlocksOfTwentyHarmonicsAreThoseOfVocoderHardware) {
+    const std::uint8_t* lengths = block_length_table[20 - min_harmonics];
+    EXPECT_EQ(lengths[0], 4);
+    EXPECT_EQ(lengths[1], 5);
+    EXPECT_EQ(lengths[2], 5);
+    EXPECT_EQ(lengths[3], 6);
 }
 
 TEST(AmbeTables, VoicingIsFourBitsEachForTwoBands) {
