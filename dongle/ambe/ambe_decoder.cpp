@@ -104,7 +104,8 @@ void ambe_decoder_start(AmbeDecoder& decoder, const DecoderVersion& version) {
     decoder.energy = running_energy_start;
     speech_model_reset(decoder.model);
     version.synthesis_start(decoder.synthesis);
-    decoder.spoken = decoder.synthesis.before;
+    decoder.spoken.fundamental = decoder.synthesis.before.fundamental;
+    decoder.spoken.count = decoder.synthesis.before.count;
 }
 
 void ambe_decode(AmbeDecoder& decoder, FrameBytes bytes, PcmBlock& samples) {
@@ -116,13 +117,12 @@ void ambe_decode(AmbeDecoder& decoder, FrameBytes bytes, PcmBlock& samples) {
     prepare_harmonics(decoder);
 
     SpeechBlock speech;
-    SpeechBlock tone;
     ToneModel tone_model;
     const bool sounds_tone = decoder.action == FrameAction::tone;
     if (sounds_tone) tone_model = ambe_tone_decode(decoder.frame);
     decoder.version->synthesize(decoder.synthesis, decoder.spoken, speech);
-    decoder.version->tone_samples(decoder.tone, sounds_tone ? &tone_model : nullptr, tone);
-    decoder.version->pcm_output(speech, tone, samples);
+    decoder.version->add_tone(decoder.tone, sounds_tone ? &tone_model : nullptr, speech);
+    decoder.version->pcm_output(decoder.limiter, speech, samples);
 }
 
 const char* frame_action_name(FrameAction action) {

@@ -10,6 +10,7 @@
 #include "lanes/decoder_version.h"
 #include "speech_model.h"
 #include "synthesis/mbe_synthesis.h"
+#include "synthesis/pcm_output.h"
 #include "synthesis/tone.h"
 
 enum class FrameAction { voice, silence, tone, repeat, partial, mute };
@@ -32,6 +33,7 @@ struct AmbeDecoder {
     int bad_frames;        // in a row
     MbeSynthesis synthesis;
     Tone tone;
+    Limiter limiter;
     DecoderCounts counts;
 };
 

@@ -8,22 +8,24 @@
 #include <cstdint>
 
 struct AmbeFrame;
-struct Tone;
 struct ChannelQuality;
 struct Harmonics;
+struct Limiter;
 struct MbeSynthesis;
+struct Oscillators;
 struct RunningEnergy;
-struct Spectrum;
 struct SpeechModel;
+struct Tone;
 struct ToneModel;
+struct VoicedHarmonics;
 
 constexpr int frame_samples = 160;  // 20 ms at 8000 Hz, from the middle of one frame to the middle of the next
-constexpr int transform_samples = 256;
+constexpr int transform_size = 128;
 
 // The arguments say their lengths, and no function is needed to take them.
 using SpeechBlock = float[frame_samples];
 using PcmBlock = std::int16_t[frame_samples];
-using TransformBlock = float[transform_samples];
+using TransformBlock = float[transform_size];
 
 struct DecoderVersion {
     const char* name;
@@ -32,12 +34,12 @@ struct DecoderVersion {
     void (*harmonics_enhance)(Harmonics& harmonics, RunningEnergy& energy, ChannelQuality quality);
     void (*synthesis_start)(MbeSynthesis& synthesis);
     void (*synthesize)(MbeSynthesis& synthesis, const Harmonics& harmonics, SpeechBlock& samples);
-    void (*tone_samples)(Tone& tone, const ToneModel* model, SpeechBlock& samples);
-    void (*pcm_output)(const SpeechBlock& speech, const SpeechBlock& tone, PcmBlock& samples);
+    void (*voiced_synthesis)(const VoicedHarmonics& before, const VoicedHarmonics& now, SpeechBlock& samples);
+    void (*add_oscillators)(Oscillators& oscillators, int block_count, float* samples);
+    void (*transform)(TransformBlock& re, TransformBlock& im);
     void (*noise_words)(std::uint32_t& state, std::uint32_t* words, int count);
-    void (*noise_samples)(std::uint32_t& state, float* samples, int count);
-    void (*transform_forward)(const TransformBlock& samples, Spectrum& spectrum);
-    void (*transform_back)(const Spectrum& spectrum, TransformBlock& samples);
+    void (*add_tone)(Tone& tone, const ToneModel* model, SpeechBlock& samples);
+    void (*pcm_output)(Limiter& limiter, const SpeechBlock& speech, PcmBlock& samples);
 };
 
 namespace baseline {

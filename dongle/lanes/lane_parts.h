@@ -25,6 +25,7 @@ namespace {
 
 using FloatPart = float;
 using WordPart = std::uint32_t;
+using ShortPart = std::int16_t;
 
 inline float lane_of(float part, int) {
     return part;
@@ -48,6 +49,9 @@ inline float signed_floats(std::uint32_t x) {
 inline std::uint32_t whole_numbers(float x) {
     return static_cast<std::uint32_t>(static_cast<std::int32_t>(x));
 }
+inline std::int16_t shorts_of(std::uint32_t x) {
+    return static_cast<std::int16_t>(x);
+}
 inline float sqrt(float x) {
     return __builtin_sqrtf(x);
 }
@@ -68,6 +72,7 @@ constexpr int register_bytes = 16;
 using FloatPart = float __attribute__((vector_size(register_bytes)));
 using WordPart = std::uint32_t __attribute__((vector_size(register_bytes)));
 using SignedPart = std::int32_t __attribute__((vector_size(register_bytes)));
+using ShortPart = std::int16_t __attribute__((vector_size(register_bytes / 2)));
 
 inline float lane_of(FloatPart part, int lane) {
     return part[lane];
@@ -90,6 +95,9 @@ inline FloatPart signed_floats(WordPart x) {
 }
 inline WordPart whole_numbers(FloatPart x) {
     return reinterpret_cast<WordPart>(__builtin_convertvector(x, SignedPart));
+}
+inline ShortPart shorts_of(WordPart x) {
+    return __builtin_convertvector(reinterpret_cast<SignedPart>(x), ShortPart);
 }
 
 #if !defined(X86_ROOTS)

@@ -165,6 +165,14 @@ inline void store(std::uint32_t* to, Words x) {
     for (int i = 0; i < part_count; i++) __builtin_memcpy(to + i * part_lanes, &x.part[i], sizeof x.part[i]);
 }
 
+// The lower 16 bits of each word.
+inline void store(std::int16_t* to, Words x) {
+    for (int i = 0; i < part_count; i++) {
+        const ShortPart part = shorts_of(x.part[i]);
+        __builtin_memcpy(to + i * part_lanes, &part, sizeof part);
+    }
+}
+
 // One part of a shuffle. Its lanes are those of at most two parts of a and b, as one shuffle wants it.
 template <int... from>
 inline FloatPart shuffle_part(Floats a, Floats b) {
@@ -185,6 +193,25 @@ inline Floats shuffle(Floats a, Floats b) {
         }
         (std::make_integer_sequence<int, part_lanes>{});
     });
+}
+
+// Lane j of row i becomes lane i of row j.
+inline void transpose(Floats rows[lane_count]) {
+    Floats pairs[lane_count];
+    for (int i = 0; i < lane_count; i += 2) {
+        pairs[i] = shuffle<0, 8, 1, 9, 4, 12, 5, 13>(rows[i], rows[i + 1]);
+        pairs[i + 1] = shuffle<2, 10, 3, 11, 6, 14, 7, 15>(rows[i], rows[i + 1]);
+    }
+    Floats fours[lane_count];
+    for (int i = 0; i < lane_count; i += 4)
+        for (int j = 0; j < 2; j++) {
+            fours[i + 2 * j] = shuffle<0, 1, 8, 9, 4, 5, 12, 13>(pairs[i + j], pairs[i + j + 2]);
+            fours[i + 2 * j + 1] = shuffle<2, 3, 10, 11, 6, 7, 14, 15>(pairs[i + j], pairs[i + j + 2]);
+        }
+    for (int i = 0; i < 4; i++) {
+        rows[i] = shuffle<0, 1, 2, 3, 8, 9, 10, 11>(fours[i], fours[i + 4]);
+        rows[i + 4] = shuffle<4, 5, 6, 7, 12, 13, 14, 15>(fours[i], fours[i + 4]);
+    }
 }
 
 constexpr Floats lane_numbers = {0, 1, 2, 3, 4, 5, 6, 7};
@@ -249,6 +276,18 @@ inline Floats power_of_two(Floats x) {
                     f * (0.2402265076F +
                          f * (0.05550357114F + f * (0.009618082557F + f * (0.001339086336F + f * 0.0001545316294F)))));
     return series * floats_of_bits((whole_numbers(whole) + 127U) << 23);
+}
+
+// log2 x for ordinary x > 0: with x = 2^e m, m from sqrt(1/2) to sqrt(2), and t = (m - 1) / (m + 1),
+// log2 m = 2 / ln 2 (t + t^3 / 3 + t^5 / 5 + ...). The error is below 2e-7, or 2e-7 of the result; log2 1 is 0.
+inline Floats log2(Floats x) {
+    constexpr std::uint32_t one = 0x3F800000;
+    constexpr std::uint32_t root_of_half = 0x3F3504F3;
+    const Words exponent = ((bits_of(x) + (one - root_of_half)) >> 23) - 127U;
+    const Floats m = floats_of_bits(bits_of(x) - (exponent << 23));
+    const Floats t = (m - 1.0F) / (m + 1.0F);
+    const Floats u = t * t;
+    return signed_floats(exponent) + t * (2.885390082F + u * (0.9617966939F + u * (0.5770780164F + u * 0.4121985831F)));
 }
 
 }  // namespace

@@ -16,12 +16,12 @@ const DecoderVersion decoder_version = {
     harmonics_enhance,
     mbe_synthesis_start,
     mbe_synthesize,
-    tone_samples,
-    pcm_output,
+    voiced_synthesis,
+    add_oscillators,
+    transform,
     noise_words,
-    noise_samples,
-    transform_forward,
-    transform_back,
+    add_tone,
+    pcm_output,
 };
 
 }  // namespace DECODER_VERSION

@@ -11,7 +11,8 @@
 #error "version_functions.h is for the sources of one version of the decoder"
 #endif
 
-struct PhaseStep;
+struct NoiseBlocks;
+struct UnvoicedHarmonics;
 
 namespace DECODER_VERSION {
 
@@ -34,31 +35,36 @@ void mbe_synthesis_start(MbeSynthesis& synthesis);
 // Writes the 160 samples from the middle of the frame before to the middle of this one, which has `harmonics`.
 void mbe_synthesize(MbeSynthesis& synthesis, const Harmonics& harmonics, SpeechBlock& samples);
 
-// synthesis/voiced: writes the voiced part to `samples`.
-void voiced_synthesis(const MbeSynthesis& synthesis, const Harmonics& harmonics, const PhaseStep& step,
-                      SpeechBlock& samples);
+// synthesis/voiced: adds the sinusoids of the 160 samples from the middle of frame `before` to the middle of `now`.
+void voiced_synthesis(const VoicedHarmonics& before, const VoicedHarmonics& now, SpeechBlock& samples);
 
-// synthesis/unvoiced: adds the unvoiced part to `samples` and keeps this frame's share for the next frame.
-void unvoiced_synthesis(MbeSynthesis& synthesis, const Harmonics& harmonics, SpeechBlock& samples);
+// synthesis/oscillators: adds the first 8 `block_count` samples of all oscillators to `samples`. What follows the last
+// oscillator is made silent, up to a whole group of eight. block_count: even.
+void add_oscillators(Oscillators& oscillators, int block_count, float* samples);
+
+// synthesis/unvoiced: start of a recording; draws 128 values for a silent block in the middle of the frame before.
+void unvoiced_start(NoiseBlocks& blocks, std::uint32_t& noise);
+
+// Writes the noise of 160 samples: two blocks, their middles at sample 80 and 160, 80 values drawn for each. `noise` is
+// the state of the generator.
+void unvoiced_synthesis(NoiseBlocks& blocks, const UnvoicedHarmonics& harmonics, std::uint32_t& noise,
+                        SpeechBlock& samples);
+
+// synthesis/transform: replaces x(0..127) by X(k) = sum over n of x(n) e^(-2 pi i k n / 128), both in order. With real
+// and imaginary parts exchanged it is the way back, times 128.
+void transform(TransformBlock& re, TransformBlock& im);
 
 // synthesis/noise: fills `words` with the `count` states after `state`, which becomes the last of them. count: a
-// multiple of 8.
+// multiple of 8, at most 160.
 void noise_words(std::uint32_t& state, std::uint32_t* words, int count);
 
-// The same as noise samples, from -1 to 1.
-void noise_samples(std::uint32_t& state, float* samples, int count);
-
-// synthesis/transform: X(m) = sum over n of x(n) e^(-2 pi i m n / 256).
-void transform_forward(const TransformBlock& samples, Spectrum& spectrum);
-
-// 256 times the inverse transform: forward and back multiplies by 256. Imaginary bin 0 and bin 128 count as 0.
-void transform_back(const Spectrum& spectrum, TransformBlock& samples);
-
-// synthesis/tone: writes the next 160 samples of `tone`; `model` is the frame's, null when it is none of a tone. Another
+// synthesis/tone: adds the next 160 samples of `tone`; `model` is the frame's, null when it is none of a tone. Another
 // tone begins with phase 0; beginnings, ends and changes of volume take 2 ms.
-void tone_samples(Tone& tone, const ToneModel* model, SpeechBlock& samples);
+void add_tone(Tone& tone, const ToneModel* model, SpeechBlock& samples);
 
-// synthesis/pcm_output: speech and tone together, rounded to the nearest, cut off at -32767 and 32767.
-void pcm_output(const SpeechBlock& speech, const SpeechBlock& tone, PcmBlock& samples);
+// synthesis/pcm_output: rounds to the nearest. While a peak is above 32000 the gain falls as far as it takes, and comes
+// back slowly after it; what is too loud before the gain has fallen is cut off at -32767 and 32767. With a gain of 1
+// samples pass unchanged.
+void pcm_output(Limiter& limiter, const SpeechBlock& speech, PcmBlock& samples);
 
 }  // namespace DECODER_VERSION

@@ -1,19 +1,22 @@
 // SPDX-License-Identifier: MIT
-// Multi-band excitation synthesis: phases, noise and the way from frame to frame.
+// Multi-band excitation synthesis: phases, and how much of a harmonic is noise.
 #include "synthesis/mbe_synthesis.h"
 
 #include "lanes/lanes.h"
 #include "lanes/version_functions.h"
 #include "synthesis/noise.h"
-#include "synthesis/voiced.h"
 
 namespace DECODER_VERSION {
 namespace {
 
 constexpr int start_harmonics = 14;
 constexpr std::uint32_t start_fundamental = phase_of_turns(1.0 / 32);
-constexpr int half_frame = frame_samples / 2;
-constexpr int kept_noise = transform_samples - frame_samples;
+
+constexpr float density = 0.2046F / 2.50662827F;  // over sqrt(2 pi): magnitude of a harmonic to density of noise
+
+constexpr float share_begins = 500.0F / 8000.0F;  // where voiced harmonics begin to be noise as well,
+constexpr float share_width = 2000.0F / 8000.0F;  // and over what the share grows, cycles per sample
+constexpr float largest_share = 0.25F;
 
 int unvoiced_count(const Harmonics& harmonics) {
     int voiced = 0;
@@ -27,27 +30,48 @@ Words share_of(Words phase, float share) {
     return whole_numbers(upper * (share * 0x1p8F));
 }
 
-// psi(0) = psi(-1) + l N / 2 (omega(-1) + omega(0)); phi is psi, above the lowest quarter of the harmonics scattered by
-// noise: the more of the spectrum is unvoiced, the more.
-void advance_phases(MbeSynthesis& synthesis, const Harmonics& harmonics, PhaseStep& step) {
-    std::uint32_t scatter[harmonic_slots];
+// 32 x^2 turns for a frequency of x cycles per sample: high harmonics come up to 4 ms earlier than low ones, as they do
+// in a throat and in a room. Without it all harmonics would peak together.
+Words dispersion(Words frequency) {
+    const Floats x = signed_floats(frequency) * 0x1p-32F;
+    return whole_numbers(x * x * (32.0F * 0x1p24F)) << 8;
+}
+
+// psi(0) = psi(-1) + l N / 2 (omega(-1) + omega(0)). phi is psi with dispersion, above the lowest quarter of the
+// harmonics scattered by noise: the more of the spectrum is unvoiced, the more.
+void advance_phases(MbeSynthesis& synthesis, const Harmonics& harmonics, std::uint32_t* phase) {
+    std::uint32_t scatter[max_harmonics];
     noise_words(synthesis.noise, scatter, max_harmonics);
 
-    step.turn = (synthesis.before.fundamental + harmonics.fundamental) * half_frame;
+    const std::uint32_t turn = (synthesis.before.fundamental + harmonics.fundamental) * (frame_samples / 2);
     const int coherent = harmonics.count / 4;
     const float share = static_cast<float>(unvoiced_count(harmonics)) / static_cast<float>(harmonics.count);
-    Words turn = numbered_multiples(step.turn);
+    Words travelled = numbered_multiples(turn);
+    Words frequency = numbered_multiples(harmonics.fundamental);
     for (int i = 0; i < max_harmonics; i += lane_count) {
-        const Words track = load(synthesis.track + i) + turn;
+        const Words track = load(synthesis.track + i) + travelled;
         store(synthesis.track + i, track);
-        store(step.phase + i, track + (~mask_below(i, coherent) & share_of(load(scatter + i), share)));
-        turn += splat(lane_count * step.turn);
+        const Words scattered = ~mask_below(i, coherent) & share_of(load(scatter + i), share);
+        store(phase + i, track + dispersion(frequency) + scattered);
+        travelled += splat(lane_count * turn);
+        frequency += splat(lane_count * harmonics.fundamental);
     }
 }
 
-void advance_noise(MbeSynthesis& synthesis) {
-    __builtin_memmove(synthesis.noise_block, synthesis.noise_block + frame_samples, kept_noise * sizeof(float));
-    noise_samples(synthesis.noise, synthesis.noise_block + kept_noise, frame_samples);
+// Voiced harmonics are sinusoids and, the more the higher they lie, noise: magnitude sqrt(1 - q^2) M and q M.
+void split_magnitudes(const Harmonics& harmonics, VoicedHarmonics& voiced_part, UnvoicedHarmonics& noise_part) {
+    const float to_density = density / __builtin_sqrtf(static_cast<float>(harmonics.fundamental) * 0x1p-32F);
+    Words frequency = numbered_multiples(harmonics.fundamental);
+    __builtin_memset(voiced_part.amplitude, 0, sizeof voiced_part.amplitude);
+    for (int i = 0; i < harmonics.count; i += lane_count) {
+        const Floats magnitude = load(harmonics.magnitude + i);
+        const Words voiced = load(harmonics.voiced + i);
+        const Floats x = (signed_floats(frequency) * 0x1p-32F - share_begins) * (largest_share / share_width);
+        const Floats q = min(max(x, Floats{}), splat(largest_share));
+        store(voiced_part.amplitude + i, masked(voiced, 2.0F * magnitude * sqrt(1.0F - q * q)));
+        store(noise_part.magnitude + i, magnitude * select(voiced, to_density * q, splat(1.0F)));
+        frequency += splat(lane_count * harmonics.fundamental);
+    }
 }
 
 }  // namespace
@@ -57,20 +81,22 @@ void mbe_synthesis_start(MbeSynthesis& synthesis) {
     synthesis.before.fundamental = start_fundamental;
     synthesis.before.count = start_harmonics;
     synthesis.noise = noise_start;
-    noise_samples(synthesis.noise, synthesis.noise_block, transform_samples);
+    unvoiced_start(synthesis.blocks, synthesis.noise);
 }
 
 // The number of noise values drawn is the same in every frame: an error early in a recording does not change the noise
 // of what follows.
 void mbe_synthesize(MbeSynthesis& synthesis, const Harmonics& harmonics, SpeechBlock& samples) {
-    PhaseStep step;
-    advance_phases(synthesis, harmonics, step);
-    voiced_synthesis(synthesis, harmonics, step, samples);
-    unvoiced_synthesis(synthesis, harmonics, samples);
+    VoicedHarmonics voiced;
+    UnvoicedHarmonics noise;
+    voiced.fundamental = noise.fundamental = harmonics.fundamental;
+    voiced.count = noise.count = harmonics.count;
+    advance_phases(synthesis, harmonics, voiced.phase);
+    split_magnitudes(harmonics, voiced, noise);
 
-    synthesis.before = harmonics;
-    __builtin_memcpy(synthesis.phase, step.phase, max_harmonics * sizeof step.phase[0]);
-    advance_noise(synthesis);
+    unvoiced_synthesis(synthesis.blocks, noise, synthesis.noise, samples);
+    voiced_synthesis(synthesis.before, voiced, samples);
+    synthesis.before = voiced;
 }
 
 }  // namespace DECODER_VERSION

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: MIT
-// From the synthesis to 16-bit samples (pcm_output).
+// From the synthesis to 16-bit samples (pcm_output): a limiter in place of clipping.
 #pragma once
 
-// Speech comes out twice as loud as the model says: active speech then lies 14 to 25 dB below full scale. Tones have
-// their level already.
-constexpr float output_gain = 2.0F;
+constexpr float limiter_peak = 32000.0F;    // what a frame's samples are kept below
+constexpr float limiter_recovery = 0.05F;   // of gain a frame
+constexpr int limiter_attack_samples = 48;  // 6 ms: how long the gain falls; it rises over a whole frame
 constexpr float output_limit = 32767.0F;
+
+struct Limiter {
+    float gain = 1.0F;  // at the end of the frame before
+};

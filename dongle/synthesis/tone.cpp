@@ -40,7 +40,7 @@ void add_line(std::uint32_t& phase, std::uint32_t step, float amplitude, float t
     phase += step * frame_samples;
 }
 
-void add_tone(Tone& tone, float target, SpeechBlock& samples) {
+void add_lines(Tone& tone, float target, SpeechBlock& samples) {
     for (int line = 0; line < lines; line++)
         if (tone.step[line] != 0) add_line(tone.phase[line], tone.step[line], tone.amplitude, target, samples);
     tone.amplitude = target;
@@ -48,16 +48,15 @@ void add_tone(Tone& tone, float target, SpeechBlock& samples) {
 
 }  // namespace
 
-void tone_samples(Tone& tone, const ToneModel* model, SpeechBlock& samples) {
-    __builtin_memset(samples, 0, sizeof samples);
+void add_tone(Tone& tone, const ToneModel* model, SpeechBlock& samples) {
     const bool goes_on = model != nullptr && tone.sounds && is_same(tone, *model);
     if (tone.sounds && !goes_on) {
-        add_tone(tone, 0, samples);
+        add_lines(tone, 0, samples);
         tone = Tone{};
     }
     if (model == nullptr) return;
     if (!goes_on) tone = silent_tone_of(*model);
-    add_tone(tone, amplitude_of(*model), samples);
+    add_lines(tone, amplitude_of(*model), samples);
 }
 
 }  // namespace DECODER_VERSION

@@ -1,141 +1,146 @@
 // SPDX-License-Identifier: MIT
-// The unvoiced harmonics: white noise transformed, each band brought to its magnitude, transformed back, overlapped.
+// The noise of a frame. Its two blocks go through the same transforms, one as real, one as imaginary part.
+//
+// Analysis, modification and weighted overlap follow D. W. Griffin, J. S. Lim, "Signal estimation from modified
+// short-time Fourier transform", IEEE Trans. ASSP 32, 1984.
 #include "synthesis/unvoiced.h"
 
 #include "lanes/lanes.h"
 #include "lanes/version_functions.h"
 #include "synthesis/transform.h"
-#include "synthesis/voiced.h"
 
 namespace DECODER_VERSION {
 namespace {
 
-constexpr int widest_band = 13;  // bins, at 400 Hz
-constexpr int middle = transform_samples / 2;
-constexpr int frame = frame_samples;
+constexpr int hop = noise_block_hop;
+constexpr int middle = noise_block_samples / 2;
+constexpr int frame_words = 2 * hop;  // of white noise
+constexpr int widest_band = 7;        // bins, at 418 Hz
+constexpr float bin_gain = noise_gain / transform_size;
+static_assert(noise_block_samples == transform_size && frame_samples == 2 * hop && widest_band <= lane_count);
 
-// The window by position in the block, and the two of overlapping frames divided by the sum of their squares.
+// The window by position in the block, and for overlapping blocks divided by the sum of both squares.
 struct NoiseWindows {
-    float analysis[transform_samples];
-    float before[frame];
-    float now[frame];
+    float analysis[noise_block_samples];
+    float falling[hop];
+    float rising[hop];
 };
 
 constexpr NoiseWindows make_windows() {
     NoiseWindows windows{};
-    for (int i = 0; i < transform_samples; i++) windows.analysis[i] = synthesis_window(i - middle);
-    for (int n = 0; n < frame; n++) {
-        const double before = static_cast<double>(synthesis_window(n));
-        const double now = static_cast<double>(synthesis_window(n - frame));
-        const double squares = before * before + now * now;
-        windows.before[n] = static_cast<float>(before / squares);
-        windows.now[n] = static_cast<float>(now / squares);
+    for (int i = 0; i < noise_block_samples; i++) windows.analysis[i] = noise_window(i - middle) * 0x1p-31F;
+    for (int n = 0; n < hop; n++) {
+        const auto falling = static_cast<double>(noise_window(n));
+        const auto rising = static_cast<double>(noise_window(n - hop));
+        const double squares = falling * falling + rising * rising;
+        windows.falling[n] = static_cast<float>(falling / squares);
+        windows.rising[n] = static_cast<float>(rising / squares);
     }
     return windows;
 }
 
-constexpr NoiseWindows windows = make_windows();
+alignas(32) constexpr NoiseWindows windows = make_windows();
 
-// Band of harmonic l: bins ceil(256 f0 (l - 1/2)) to, exclusively, ceil(256 f0 (l + 1/2)), at most 128.
-// edge[i] is the first bin of harmonic i + 1 and the end of harmonic i.
-void band_edges(const Harmonics& harmonics, int* edge) {
-    std::uint32_t twice = harmonics.fundamental;  // f0 (2 l - 1), which is twice f0 (l - 1/2)
-    for (int i = 0; i <= harmonics.count; i++) {
-        const auto bin = static_cast<int>((twice + ((1U << 25) - 1)) >> 25);
-        edge[i] = bin < transform_bins ? bin : transform_bins;
+// Windowed white noise; of the 128 values of each block 48 are shared.
+void window_noise(const std::uint32_t* white, Spectrum& spectrum) {
+    for (int i = 0; i < noise_block_samples; i += lane_count) {
+        store(spectrum.re + i, load(windows.analysis + i) * signed_floats(load(white + i)));
+        store(spectrum.im + i, load(windows.analysis + i) * signed_floats(load(white + hop + i)));
+    }
+}
+
+// Harmonic l has the bins that are nearest to it: from ceil(128 f0 (l - 1/2)) to, exclusively,
+// ceil(128 f0 (l + 1/2)). A band is written eight bins wide, and what is too much is overwritten by the next one.
+void magnitudes_by_bin(const UnvoicedHarmonics& harmonics, BinMagnitudes& by_bin) {
+    const auto first_bin = [](std::uint32_t twice) { return static_cast<int>((twice - 1) >> 26) + 1; };
+    std::uint32_t twice = harmonics.fundamental;  // f0 (2 l - 1)
+    store(by_bin, Floats{});
+    for (int i = 0; i < harmonics.count; i++) {
+        store(by_bin + first_bin(twice), splat(bin_gain * harmonics.magnitude[i]));
         twice += 2 * harmonics.fundamental;
     }
+    for (int m = first_bin(twice); m <= noise_bins; m += lane_count) store(by_bin + m, Floats{});
 }
 
-// sums[m] = energy of the bins below m.
-void energy_sums(const Spectrum& spectrum, float* sums) {
-    const Floats none{};
-    float before = 0;
-    for (int m = 0; m < transform_bins; m += lane_count) {
-        const Floats re = load(spectrum.real + m);
-        const Floats im = load(spectrum.imaginary + m);
-        Floats energy = re * re + im * im;
-        energy += shuffle<8, 0, 1, 2, 3, 4, 5, 6>(energy, none);
-        energy += shuffle<8, 8, 0, 1, 2, 3, 4, 5>(energy, none);
-        energy += shuffle<8, 8, 8, 8, 0, 1, 2, 3>(energy, none);
-        store(sums + m + 1, before + energy);
-        before += energy[lane_count - 1];
-    }
-    sums[0] = 0;
+// The first block's magnitudes lie between those of two frames: the geometric mean, or half of a single one.
+inline Floats squared_mean(Floats a, Floats b) {
+    const Floats product = a * b;
+    const Floats half_sum = 0.5F * (a + b);
+    return select(greater(product, Floats{}), product, half_sum * half_sum);
 }
 
-// The factor for the bins of each harmonic: gw M / sqrt(mean energy of its bins); 0 where it is voiced, or has no bins.
-void harmonic_gains(const Harmonics& harmonics, const int* edge, const float* sums, float* gains) {
-    float energy[harmonic_slots];
-    float width[harmonic_slots];
-    for (int i = 0; i < harmonics.count; i++) {
-        energy[i] = sums[edge[i + 1]] - sums[edge[i]];
-        width[i] = static_cast<float>(edge[i + 1] - edge[i]);
-    }
-    for (int i = harmonics.count; i % lane_count != 0; i++) energy[i] = width[i] = 0;
-    for (int i = 0; i < harmonics.count; i += lane_count) {
-        const Floats sum_of_bins = load(energy + i);
-        const Words sounds = ~load(harmonics.voiced + i) & greater(sum_of_bins, Floats{});
-        const Floats divisor = select(sounds, sum_of_bins, splat(1.0F));
-        const Floats gain = noise_gain * load(harmonics.magnitude + i) * sqrt(load(width + i) / divisor);
-        store(gains + i, masked(sounds, gain * (1.0F / transform_samples)));
-    }
+struct Complex {
+    Floats re, im;
+};
+
+// x brought to a magnitude whose square is given; 0 stays 0.
+inline Complex with_magnitude(Complex x, Floats squared) {
+    const Floats norm = x.re * x.re + x.im * x.im;
+    const Floats factor = masked(greater(norm, Floats{}), sqrt(squared / norm));
+    return {factor * x.re, factor * x.im};
 }
 
-// Each bin's factor. A band is written sixteen bins wide, and what is too much is overwritten by the next one.
-void bin_gains(const Harmonics& harmonics, const int* edge, const float* gains, float* by_bin) {
-    static_assert(widest_band <= 2 * lane_count);
-    for (int m = 0; m < edge[0]; m++) by_bin[m] = 0;
-    for (int i = 0; i < harmonics.count; i++) {
-        store(by_bin + edge[i], splat(gains[i]));
-        store(by_bin + edge[i] + lane_count, splat(gains[i]));
-    }
-    for (int m = edge[harmonics.count]; m < transform_bins; m += lane_count) store(by_bin + m, Floats{});
+inline Floats reversed(Floats x) {
+    return shuffle<7, 6, 5, 4, 3, 2, 1, 0>(x, x);
 }
 
-void apply(const float* by_bin, Spectrum& spectrum) {
-    for (int m = 0; m < transform_bins; m += lane_count) {
-        const Floats gain = load(by_bin + m);
-        store(spectrum.real + m, gain * load(spectrum.real + m));
-        store(spectrum.imaginary + m, gain * load(spectrum.imaginary + m));
+// With Z the transform of x1 + i x2, x1 has the bins (Z(m) + Z*(128 - m)) / 2 and i x2 (Z(m) - Z*(128 - m)) / 2. Each
+// is brought to its magnitude, and both are put together again.
+void impose_magnitudes(Spectrum& spectrum, const BinMagnitudes& before, const BinMagnitudes& now) {
+    spectrum.re[0] = spectrum.im[0] = 0;
+    for (int m = 1; m < noise_bins; m += lane_count) {
+        const int mirror = transform_size - m - (lane_count - 1);
+        const Complex a = {load(spectrum.re + m), load(spectrum.im + m)};
+        const Complex b = {reversed(load(spectrum.re + mirror)), reversed(load(spectrum.im + mirror))};
+        const Floats magnitude = load(now + m);
+        const Complex x1 = with_magnitude({a.re + b.re, a.im - b.im}, squared_mean(load(before + m), magnitude));
+        const Complex x2 = with_magnitude({a.re - b.re, a.im + b.im}, magnitude * magnitude);
+        store(spectrum.re + m, x1.re + x2.re);
+        store(spectrum.im + m, x1.im + x2.im);
+        store(spectrum.re + mirror, reversed(x1.re - x2.re));
+        store(spectrum.im + mirror, reversed(x2.im - x1.im));
     }
 }
 
-// The frame's own share, around its middle.
-void shape_noise(const float* noise, const Harmonics& harmonics, TransformBlock& shaped) {
-    alignas(32) TransformBlock windowed;
-    for (int i = 0; i < transform_samples; i += lane_count)
-        store(windowed + i, load(windows.analysis + i) * load(noise + i));
-
-    Spectrum spectrum;
-    transform_forward(windowed, spectrum);
-    int edge[harmonic_slots];
-    float sums[transform_bins + lane_count];
-    float gains[harmonic_slots];
-    float by_bin[transform_bins + 2 * lane_count];
-    band_edges(harmonics, edge);
-    energy_sums(spectrum, sums);
-    harmonic_gains(harmonics, edge, sums, gains);
-    bin_gains(harmonics, edge, gains, by_bin);
-    apply(by_bin, spectrum);
-    transform_back(spectrum, shaped);
+// From the middle of a block to that of the next: `old` from its middle on, `next` up to its middle.
+void overlap(const float* old, const float* next, float* samples) {
+    constexpr int lead = hop - middle;
+    for (int n = 0; n < lead; n += lane_count) store(samples + n, load(windows.falling + n) * load(old + n));
+    for (int n = lead; n < middle; n += lane_count)
+        store(samples + n,
+              load(windows.falling + n) * load(old + n) + load(windows.rising + n) * load(next + n - lead));
+    for (int n = middle; n < hop; n += lane_count) store(samples + n, load(windows.rising + n) * load(next + n - lead));
 }
 
 }  // namespace
 
-void unvoiced_synthesis(MbeSynthesis& synthesis, const Harmonics& harmonics, SpeechBlock& samples) {
-    alignas(32) TransformBlock shaped;
-    shape_noise(synthesis.noise_block, harmonics, shaped);
+void unvoiced_start(NoiseBlocks& blocks, std::uint32_t& noise) {
+    std::uint32_t white[noise_block_samples];
+    noise_words(noise, white, noise_block_samples);
+    __builtin_memset(&blocks, 0, sizeof blocks);
+    __builtin_memcpy(blocks.white, white + hop, sizeof blocks.white);
+}
 
-    constexpr int half = middle - 2 * lane_count;  // 112 samples: the window lets 105 of them through
-    const float* before = synthesis.unvoiced_before + middle;
-    for (int n = 0; n < half; n += lane_count)
-        store(samples + n, load(samples + n) + load(windows.before + n) * load(before + n));
-    for (int n = frame - half; n < frame; n += lane_count) {
-        const Floats now = load(shaped + (n - frame + middle));
-        store(samples + n, load(samples + n) + load(windows.now + n) * now);
-    }
-    __builtin_memcpy(synthesis.unvoiced_before, shaped, sizeof shaped);
+void unvoiced_synthesis(NoiseBlocks& blocks, const UnvoicedHarmonics& harmonics, std::uint32_t& noise,
+                        SpeechBlock& samples) {
+    alignas(32) std::uint32_t white[shared_noise + frame_words];
+    __builtin_memcpy(white, blocks.white, sizeof blocks.white);
+    noise_words(noise, white + shared_noise, frame_words);
+    __builtin_memcpy(blocks.white, white + frame_words, sizeof blocks.white);
+
+    alignas(32) BinMagnitudes magnitude;
+    magnitudes_by_bin(harmonics, magnitude);
+
+    Spectrum spectrum;
+    window_noise(white, spectrum);
+    transform(spectrum.re, spectrum.im);
+    impose_magnitudes(spectrum, blocks.magnitude, magnitude);
+    transform(spectrum.im, spectrum.re);  // and back
+    __builtin_memcpy(blocks.magnitude, magnitude, sizeof blocks.magnitude);
+
+    overlap(blocks.tail, spectrum.re, samples);
+    overlap(spectrum.re + middle, spectrum.im, samples + hop);
+    __builtin_memcpy(blocks.tail, spectrum.im + middle, sizeof blocks.tail);
 }
 
 }  // namespace DECODER_VERSION

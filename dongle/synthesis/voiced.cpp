@@ -1,75 +1,53 @@
 // SPDX-License-Identifier: MIT
-// The voiced harmonics: sinusoids that run smoothly from frame to frame, or overlap under the synthesis window.
+// The voiced harmonics of a frame.
+//
+// A harmonic that is voiced in both frames of nearly one pitch is one sinusoid, its amplitude moving geometrically; the
+// others overlap (R. J. McAulay, T. F. Quatieri, "Speech analysis/synthesis based on a sinusoidal representation", IEEE
+// Trans. ASSP 34, 1986, has both ways).
 #include "synthesis/voiced.h"
 
 #include "lanes/lanes.h"
 #include "lanes/version_functions.h"
+#include "synthesis/oscillators.h"
 
 namespace DECODER_VERSION {
 namespace {
 
-constexpr int smooth_harmonics = 7;         // harmonics below the eighth may run smoothly
-constexpr std::uint32_t smooth_share = 10;  // and do, while the pitch changes by less than a tenth
+constexpr int curved_harmonics = 7;        // of smooth harmonics these follow the pitch along a parabola
+constexpr std::uint32_t smooth_share = 5;  // harmonics are smooth while the pitch changes by less than a fifth
 constexpr int blocks = frame_samples / lane_count;
 constexpr int overlap_blocks = 14;  // 112 samples, of which the window lets 105 through
-constexpr int lead = 104;           // samples before its middle at which a frame's own sinusoids begin to sound
-constexpr int lead_block = (frame_samples - lead) / lane_count;
-static_assert(blocks - lead_block < overlap_blocks && lead_block * lane_count == frame_samples - lead);
+constexpr int overlap_samples = overlap_blocks * lane_count;
+constexpr int rising_start = frame_samples - overlap_samples;  // where this frame's own sinusoids begin
 
-// Sinusoids of constant frequency and amplitude. Room for a pair more than there can be.
-struct alignas(32) Oscillators {
-    std::uint32_t phase[harmonic_slots];  // at the first sample
-    std::uint32_t step[harmonic_slots];   // from sample to sample
-    float amplitude[harmonic_slots];
-    int count;
+// How the smooth harmonics get from frame to frame.
+struct alignas(32) Motion {
+    std::uint32_t step[harmonic_slots];  // from sample to sample, on average
+    float growth_log2[harmonic_slots];   // of the amplitude, from sample to sample
+    float growth[harmonic_slots];
 };
 
-inline void add(Oscillators& oscillators, std::uint32_t phase, std::uint32_t step, float amplitude) {
-    const int i = oscillators.count++;
-    oscillators.phase[i] = phase;
-    oscillators.step[i] = step;
-    oscillators.amplitude[i] = amplitude;
+// The mean of both frequencies, and what is missing to arrive at the phase that this frame has, by half a turn at most.
+Words mean_step(const VoicedHarmonics& before, const VoicedHarmonics& now, int i, Words harmonic) {
+    const std::uint32_t sum = before.fundamental + now.fundamental;
+    const Words travelled = harmonic * splat(sum * (frame_samples / 2));
+    const Words missing = load(now.phase + i) - load(before.phase + i) - travelled;
+    const Floats share = signed_floats(missing) * (1.0F / frame_samples);
+    return harmonic * splat(sum / 2) + whole_numbers(share);
 }
 
-// A sinusoid, eight samples at a time: y(b+1) = 2 cos(8 w) y(b) - y(b-1).
-struct Recurrence {
-    Floats last, now;
-    float factor;  // 2 cos(8 w)
-};
-
-inline Recurrence begin(const Oscillators& oscillators, const float* factors, int i) {
-    const std::uint32_t step = oscillators.step[i];
-    const Words first = numbered_multiples(step) + splat(oscillators.phase[i] - step);
-    const Floats now = oscillators.amplitude[i] * cosine(first);
-    const Floats next = oscillators.amplitude[i] * cosine(first + splat(lane_count * step));
-    return {now, next, factors[i]};
-}
-
-inline Floats next_eight(Recurrence& r) {
-    const Floats out = r.last;
-    r.last = r.now;
-    r.now = r.factor * r.now - out;
-    return out;
-}
-
-void recurrence_factors(const Oscillators& oscillators, float* factors) {
-    for (int i = 0; i < oscillators.count; i += lane_count)
-        store(factors + i, 2.0F * cosine(load(oscillators.step + i) << 3));
-}
-
-// The sum of all oscillators, two at a time; the one that makes the number even is silent.
-void sum_oscillators(Oscillators& oscillators, int block_count, float* samples) {
-    float factors[harmonic_slots];
-    if (oscillators.count % 2 != 0) add(oscillators, 0, 0, 0.0F);
-    recurrence_factors(oscillators, factors);
-    for (int block = 0; block < block_count; block++) store(samples + lane_count * block, Floats{});
-    for (int i = 0; i < oscillators.count; i += 2) {
-        Recurrence a = begin(oscillators, factors, i);
-        Recurrence b = begin(oscillators, factors, i + 1);
-        for (int block = 0; block < block_count; block++) {
-            float* at = samples + lane_count * block;
-            store(at, load(at) + (next_eight(a) + next_eight(b)));
-        }
+void plan_motion(const VoicedHarmonics& before, const VoicedHarmonics& now, int count, Motion& motion) {
+    Words harmonic = numbered_multiples(1);
+    for (int i = 0; i < count; i += lane_count) {
+        const Floats from = load(before.amplitude + i);
+        const Floats to = load(now.amplitude + i);
+        const Words both = greater(from, Floats{}) & greater(to, Floats{});
+        const Floats ratio = select(both, to, splat(1.0F)) / select(both, from, splat(1.0F));
+        const Floats growth_log2 = log2(ratio) * (1.0F / frame_samples);
+        store(motion.growth_log2 + i, growth_log2);
+        store(motion.growth + i, power_of_two(growth_log2));
+        store(motion.step + i, mean_step(before, now, i, harmonic));
+        harmonic += splat(static_cast<std::uint32_t>(lane_count));
     }
 }
 
@@ -81,99 +59,111 @@ struct Glide {
 
 // The steps begin at the old frequency and end at the new one. What is missing to arrive, by half a turn at most, and
 // what rounding has lost, is spread over all of them.
-Glide glide_of(const MbeSynthesis& synthesis, const Harmonics& harmonics, const PhaseStep& step, int i) {
+Glide glide_of(const VoicedHarmonics& before, const VoicedHarmonics& now, int i) {
     constexpr std::int32_t n = frame_samples;
     const auto harmonic = static_cast<std::uint32_t>(i + 1);
-    const auto bend = static_cast<std::int32_t>((harmonics.fundamental - synthesis.before.fundamental) * harmonic);
+    const auto bend = static_cast<std::int32_t>((now.fundamental - before.fundamental) * harmonic);
     const auto growth = static_cast<std::uint32_t>(bend / n);
-    const std::uint32_t first = synthesis.before.fundamental * harmonic + static_cast<std::uint32_t>(bend / (2 * n));
+    const std::uint32_t first = before.fundamental * harmonic + static_cast<std::uint32_t>(bend / (2 * n));
 
     const std::uint32_t reached = first * frame_samples + growth * (n * (n - 1) / 2);
-    const auto missing = static_cast<std::int32_t>(step.phase[i] - synthesis.phase[i] - reached);
+    const auto missing = static_cast<std::int32_t>(now.phase[i] - before.phase[i] - reached);
     return {first + static_cast<std::uint32_t>(missing / n), growth};
 }
 
-// A sinusoid whose amplitude moves in a straight line, and whose phase along a parabola, to where this frame has them.
-void add_smooth(const MbeSynthesis& synthesis, const Harmonics& harmonics, const PhaseStep& step, int i,
-                float* samples) {
+void add_curved(const VoicedHarmonics& before, const VoicedHarmonics& now, const Motion& motion, int i,
+                SpeechBlock& samples) {
     constexpr std::uint32_t lanes = lane_count;
-    const Glide glide = glide_of(synthesis, harmonics, step, i);
+    const Glide glide = glide_of(before, now, i);
     const Words number = numbered_multiples(1) - splat(1U);
-    Words phase = splat(synthesis.phase[i]) + number * splat(glide.first) +
+    Words phase = splat(before.phase[i]) + number * splat(glide.first) +
                   ((number * (number - splat(1U))) >> 1) * splat(glide.growth);
     Words advance = splat(lanes * glide.first + lanes * (lanes - 1) / 2 * glide.growth) +
                     number * splat(lanes * glide.growth);  // phase(n + 8) - phase(n)
     const Words advance_growth = splat(lanes * lanes * glide.growth);
 
-    const float from = 2.0F * synthesis.before.magnitude[i];
-    const float slope = (2.0F * harmonics.magnitude[i] - from) / static_cast<float>(frame_samples);
-    Floats amplitude = from + slope * lane_numbers;
+    const Floats growth = power_of_two(motion.growth_log2[i] * lane_numbers);
+    const Floats block_growth = splat(growth[4] * growth[4]);
+    Floats amplitude = before.amplitude[i] * growth;
     for (int block = 0; block < blocks; block++) {
         float* at = samples + lane_count * block;
         store(at, load(at) + amplitude * cosine(phase));
         phase += advance;
         advance += advance_growth;
-        amplitude += splat(lane_count * slope);
+        amplitude = amplitude * block_growth;
     }
 }
 
-// |omega(0) - omega(-1)| < omega(0) / 10
+inline void add(Oscillators& oscillators, std::uint32_t phase, std::uint32_t step, float amplitude, float growth) {
+    const int i = oscillators.count++;
+    oscillators.phase[i] = phase;
+    oscillators.step[i] = step;
+    oscillators.amplitude[i] = amplitude;
+    oscillators.growth[i] = growth;
+}
+
+// |omega(0) - omega(-1)| < omega(0) / 5
 bool pitch_is_steady(std::uint32_t before, std::uint32_t now) {
     const std::uint32_t difference = now > before ? now - before : before - now;
     return difference * smooth_share < now;
 }
 
-// The windows of the two sets, by sample.
+// The windows of the two sets that overlap, by sample.
 struct OverlapWindows {
-    float before[overlap_blocks * lane_count];
-    float now[(blocks - lead_block) * lane_count];
+    float falling[overlap_samples];
+    float rising[overlap_samples];
 };
 
 constexpr OverlapWindows make_windows() {
     OverlapWindows windows{};
-    for (int n = 0; n < overlap_blocks * lane_count; n++) windows.before[n] = synthesis_window(n);
-    for (int n = 0; n < lead; n++) windows.now[n] = synthesis_window(n - lead);
+    for (int n = 0; n < overlap_samples; n++) {
+        windows.falling[n] = synthesis_window(n);
+        windows.rising[n] = synthesis_window(n - overlap_samples);
+    }
     return windows;
 }
 
-constexpr OverlapWindows windows = make_windows();
+alignas(32) constexpr OverlapWindows windows = make_windows();
 
-void add_windowed(const float* sum, const float* window, int block_count, float* samples) {
-    for (int n = 0; n < block_count * lane_count; n += lane_count)
+void add_windowed(Oscillators& oscillators, const float* window, float* samples) {
+    if (oscillators.count == 0) return;
+    alignas(32) float sum[overlap_samples] = {};
+    add_oscillators(oscillators, overlap_blocks, sum);
+    for (int n = 0; n < overlap_samples; n += lane_count)
         store(samples + n, load(samples + n) + load(window + n) * load(sum + n));
 }
 
 }  // namespace
 
-void voiced_synthesis(const MbeSynthesis& synthesis, const Harmonics& harmonics, const PhaseStep& step,
-                      SpeechBlock& samples) {
-    for (int n = 0; n < frame_samples; n += lane_count) store(samples + n, Floats{});
+void voiced_synthesis(const VoicedHarmonics& before, const VoicedHarmonics& now, SpeechBlock& samples) {
+    const int count = before.count > now.count ? before.count : now.count;
+    const bool steady = pitch_is_steady(before.fundamental, now.fundamental);
+    const bool curved = before.fundamental != now.fundamental;
+    Motion motion;
+    if (steady) plan_motion(before, now, count, motion);
 
-    const Harmonics& before = synthesis.before;
-    const bool steady = pitch_is_steady(before.fundamental, harmonics.fundamental);
-    const int most = before.count > harmonics.count ? before.count : harmonics.count;
-    Oscillators fading;
+    Oscillators smooth;
+    Oscillators falling;
     Oscillators rising;
-    fading.count = 0;
-    rising.count = 0;
-    for (int i = 0; i < most; i++) {
-        const bool was = before.voiced[i] != 0;
-        const bool is = harmonics.voiced[i] != 0;
-        if (was && is && steady && i < smooth_harmonics) {
-            add_smooth(synthesis, harmonics, step, i, samples);
+    smooth.count = falling.count = rising.count = 0;
+    for (int i = 0; i < count; i++) {
+        const bool was = before.amplitude[i] > 0;
+        const bool is = now.amplitude[i] > 0;
+        if (was && is && steady) {
+            if (curved && i < curved_harmonics)
+                add_curved(before, now, motion, i, samples);
+            else
+                add(smooth, before.phase[i], motion.step[i], before.amplitude[i], motion.growth[i]);
             continue;
         }
         const auto harmonic = static_cast<std::uint32_t>(i + 1);
-        const std::uint32_t frequency = harmonics.fundamental * harmonic;
-        if (was) add(fading, synthesis.phase[i], before.fundamental * harmonic, 2.0F * before.magnitude[i]);
-        if (is) add(rising, step.phase[i] - lead * frequency, frequency, 2.0F * harmonics.magnitude[i]);
+        const std::uint32_t step = now.fundamental * harmonic;
+        if (was) add(falling, before.phase[i], before.fundamental * harmonic, before.amplitude[i], 1.0F);
+        if (is) add(rising, now.phase[i] - overlap_samples * step, step, now.amplitude[i], 1.0F);
     }
-
-    float sum[overlap_blocks * lane_count];
-    sum_oscillators(fading, overlap_blocks, sum);
-    add_windowed(sum, windows.before, overlap_blocks, samples);
-    sum_oscillators(rising, blocks - lead_block, sum);
-    add_windowed(sum, windows.now, blocks - lead_block, samples + lead_block * lane_count);
+    add_oscillators(smooth, blocks, samples);
+    add_windowed(falling, windows.falling, samples);
+    add_windowed(rising, windows.rising, samples + rising_start);
 }
 
 }  // namespace DECODER_VERSION

@@ -1,19 +1,22 @@
 // SPDX-License-Identifier: MIT
-// The voiced harmonics (voiced_synthesis), and the window under which neighbouring frames overlap.
+// The voiced harmonics (voiced_synthesis): sinusoids that run smoothly from frame to frame, or overlap.
 #pragma once
 
-#include "synthesis/mbe_synthesis.h"
+#include "speech_model.h"
 
-// ws(n): 1 up to |n| = 55, falling in a straight line, 0 from |n| = 105 on; ws(n) + ws(n - 160) = 1 between. Always
-// inlined: no copy of it may be compiled for one processor and be called on another.
+// The sinusoids in the middle of a frame. Phases and the fundamental are in turns times 2^32.
+struct alignas(32) VoicedHarmonics {
+    float amplitude[harmonic_slots];      // 0: not voiced, or past the last harmonic
+    std::uint32_t phase[harmonic_slots];  // phi
+    std::uint32_t fundamental;            // omega 0 / 2 pi
+    int count;                            // L
+};
+
+// ws(n), the window of sinusoids that overlap: 1 up to |n| = 55, falling in a straight line, 0 from |n| = 105 on;
+// ws(n) + ws(n - 160) = 1 between. Always inlined: no copy of it may be compiled for one processor and be called on
+// another.
 [[gnu::always_inline]] constexpr float synthesis_window(int n) {
     const int distance = n < 0 ? -n : n;
     if (distance <= 55) return 1.0F;
     return distance < 105 ? static_cast<float>((105 - distance) * 0.02) : 0.0F;
 }
-
-// What becomes of the phases from one frame to the next.
-struct PhaseStep {
-    std::uint32_t turn;                   // by which the fundamental's phase moved on between the two middles
-    std::uint32_t phase[harmonic_slots];  // phi at this frame's middle
-};
