@@ -56,6 +56,7 @@ void advance_phases(MbeSynthesis& synthesis, const Harmonics& harmonics, std::ui
         travelled += splat(lane_count * turn);
         frequency += splat(lane_count * harmonics.fundamental);
     }
+    store(phase + max_harmonics, splat(0U));
 }
 
 // Voiced harmonics are sinusoids and, the more the higher they lie, noise: magnitude sqrt(1 - q^2) M and q M.

@@ -62,6 +62,12 @@ void magnitudes_by_bin(const UnvoicedHarmonics& harmonics, BinMagnitudes& by_bin
     for (int m = first_bin(twice); m <= noise_bins; m += lane_count) store(by_bin + m, Floats{});
 }
 
+bool is_silent(const BinMagnitudes& magnitude) {
+    Floats loudest{};
+    for (int m = 0; m < noise_bins; m += lane_count) loudest = max(loudest, load(magnitude + m));
+    return sum(loudest) <= 0;
+}
+
 // The first block's magnitudes lie between those of two frames: the geometric mean, or half of a single one.
 inline Floats squared_mean(Floats a, Floats b) {
     const Floats product = a * b;
@@ -136,6 +142,8 @@ void unvoiced_synthesis(NoiseBlocks& blocks, const UnvoicedHarmonics& harmonics,
     transform(spectrum.re, spectrum.im);
     impose_magnitudes(spectrum, blocks.magnitude, magnitude);
     transform(spectrum.im, spectrum.re);  // and back
+    // What is silent is silent: of the first block, rounding leaves a trace in the second one.
+    if (is_silent(magnitude)) __builtin_memset(spectrum.im, 0, sizeof spectrum.im);
     __builtin_memcpy(blocks.magnitude, magnitude, sizeof blocks.magnitude);
 
     overlap(blocks.tail, spectrum.re, samples);

@@ -34,7 +34,7 @@ double finite_sum(const AmbeDecoder& decoder) {
     double sum = static_cast<double>(decoder.energy.mean) + decoder.energy.peak + decoder.error_rate;
     for (const float x : decoder.model.log2_magnitude) sum += static_cast<double>(x);
     for (const float x : decoder.spoken.magnitude) sum += static_cast<double>(x);
-    for (const float x : decoder.synthesis.unvoiced_before) sum += static_cast<double>(x);
+    for (const float x : decoder.synthesis.blocks.tail) sum += static_cast<double>(x);
     return sum;
 }
 

@@ -28,7 +28,7 @@ std::vector<unsigned char> decoded_bytes(const std::vector<FrameOfBytes>& frames
         append(samples, sizeof samples);
         append(decoder.spoken.magnitude, sizeof decoder.spoken.magnitude);
         append(decoder.model.log2_magnitude, sizeof decoder.model.log2_magnitude);
-        append(decoder.synthesis.phase, sizeof decoder.synthesis.phase);
+        append(decoder.synthesis.before.phase, sizeof decoder.synthesis.before.phase);
     }
     return bytes;
 }

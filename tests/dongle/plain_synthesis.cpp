@@ -173,15 +173,14 @@ bool is_smooth(const Voice& before, const Voice& now, std::size_t l) {
            std::abs(now.f0 - before.f0) < 0.2 * now.f0;
 }
 
-// The phase moves along a parabola below the eighth harmonic, in a straight line from there on.
-double smooth_harmonic(const Voice& before, const Voice& now, std::size_t l, int n) {
+double smooth_harmonic(const Voice& before, const Voice& now, std::size_t l, int n, bool curved) {
     constexpr double span = block_samples;
     const double w_before = 2 * pi * before.f0 * double(l);
     const double w_now = 2 * pi * now.f0 * double(l);
     const double miss = now.phi[l] - before.phi[l] - (w_before + w_now) * span / 2;
     const double dw = (miss - 2 * pi * std::floor((miss + pi) / (2 * pi))) / span;
-    const double theta = l < 8 ? (w_before + dw) * n + (w_now - w_before) * double(n) * n / (2 * span)
-                               : ((w_before + w_now) / 2 + dw) * n;
+    const double theta = curved ? (w_before + dw) * n + (w_now - w_before) * double(n) * n / (2 * span)
+                                : ((w_before + w_now) / 2 + dw) * n;
     const double from = sinusoid_amplitude(before, l);
     return from * std::pow(sinusoid_amplitude(now, l) / from, n / span) * std::cos(before.phi[l] + theta);
 }
@@ -198,7 +197,7 @@ double overlapping_harmonic(const Voice& before, const Voice& now, std::size_t l
 double speech_sample(const Voice& before, const Voice& now, int n, const SynthesisFaults& faults) {
     double voiced = 0;
     for (std::size_t l = 1; l <= std::max(before.harmonics, now.harmonics); ++l)
-        voiced += is_smooth(before, now, l) ? smooth_harmonic(before, now, l, n)
+        voiced += is_smooth(before, now, l) ? smooth_harmonic(before, now, l, n, int(l) <= faults.curved_harmonics)
                                             : overlapping_harmonic(before, now, l, n, faults);
     return faults.voiced_factor * voiced + noise_sample(before, now, n);
 }

@@ -16,6 +16,7 @@ struct SynthesisFaults {
     int window_end_samples = 105;     // from here on it is zero
     int noise_bin_shift = 0;          // noise in the wrong bins
     bool forgets_last_frame = false;  // every frame fades in from nothing
+    int curved_harmonics = 7;         // of smooth harmonics these follow the pitch along a parabola, the others a line
     bool limits = true;               // false: cut off at 16 bits only
 };
 

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "ambe/ambe_tone.h"
 #include "dongle/synthesis_versions.h"
 
@@ -11,7 +13,8 @@ class ToneTest : public DecoderVersions {
   protected:
     void next(Tone& tone, const AmbeFrame* frame, SpeechBlock& samples) {
         const ToneModel model = frame != nullptr ? ambe_tone_decode(*frame) : ToneModel{};
-        version().tone_samples(tone, frame != nullptr ? &model : nullptr, samples);
+        std::fill_n(samples, frame_samples, 0.0F);
+        version().add_tone(tone, frame != nullptr ? &model : nullptr, samples);
     }
 
     Samples tone_of(int raw_index, int volume, int frames) {
