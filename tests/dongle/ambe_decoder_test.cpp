@@ -143,6 +143,9 @@ TEST_P(AmbeDecoderTest, MuteBeginsAboveAnErrorRateOf96InAThousand) {
     EXPECT_EQ(decode(voice), FrameAction::voice);
     decoder.error_rate = 0.0961F / 0.95F;
     EXPECT_EQ(decode(voice), FrameAction::mute);
+    decoder.error_rate = 0.096F / 0.95F;  // exactly there
+    ASSERT_EQ(0.95F * decoder.error_rate, 0.096F);
+    EXPECT_EQ(decode(voice), FrameAction::voice);
 }
 
 TEST_P(AmbeDecoderTest, HighErrorRateMutesBadFramesToo) {

@@ -31,3 +31,18 @@ TEST(AmbeTone, LinesAndLevelOfAFrame) {
     EXPECT_NEAR(paging.step[0] * 0x1p-32, 1162.0 / 8000, 1e-9);
     EXPECT_NEAR(paging.step[1] * 0x1p-32, 743.0 / 8000, 1e-9);
 }
+
+TEST(AmbeTone, EveryIndexHasItsFrequencies) {
+    const double columns[] = {1209, 1336, 1477, 1633, 1052, 1162, 1279, 1430};  // four of DTMF, four of two-tone paging
+    const double rows[] = {697, 770, 852, 941, 606, 672, 743, 820};
+    for (int raw = 0; raw < 256; raw++) {
+        if (!tone_is_known(raw)) continue;
+        AmbeFrame frame{};
+        frame.tone_index = raw;
+        const ToneModel tone = ambe_tone_decode(frame);
+        const double first = raw < 32 ? columns[raw / 4] : 31.25 * (raw - 32);
+        const double second = raw < 32 ? rows[raw / 16 * 4 + raw % 4] : 0;
+        EXPECT_NEAR(tone.step[0] * 0x1p-32 * 8000, first, 1e-5) << raw;
+        EXPECT_NEAR(tone.step[1] * 0x1p-32 * 8000, second, 1e-5) << raw;
+    }
+}
