@@ -97,7 +97,7 @@ TEST(AudioCheck, DecodedStoryPasses) {
     const AudioFigures figures = figures_of(story_600());
     printf("story_600: %s\n", to_text(figures).c_str());
     EXPECT_EQ(beyond_limits(figures), "");
-    EXPECT_EQ(figures.frames, 477u) << "loud frames of the golden powers";
+    EXPECT_EQ(figures.frames, 470u) << "loud frames of the golden powers";
 }
 
 // The same noise and the same formulas: the library and a second synthesiser of golden parameters differ by rounding.
@@ -109,11 +109,16 @@ TEST(AudioCheck, DecodedDamagedStoryIsThatOfThePlainFormulas) {
     EXPECT_GT(agreement_db("story_600_errors", golden_frames("golden/story_600_errors.csv")), least_agreement_db);
 }
 
+TEST(AudioCheck, DecodedStressFramesAreThoseOfThePlainFormulas) {
+    EXPECT_GT(agreement_db("stress", golden_frames("golden/stress.csv")), least_agreement_db);
+}
+
 TEST(AudioCheck, DecodedSpecialFramesAreThoseOfThePlainFormulas) {
     EXPECT_GT(agreement_db("special", golden_frames("golden/special.csv")), least_agreement_db);
 }
 
-// The reference's noise is the library's too: its levels come out block by block. It has no fades at the ends of tones.
+// The reference's noise is the library's too: its levels come out block by block, but for the way on which the upper
+// harmonics follow the pitch. It has no fades at the ends of tones.
 TEST(AudioCheck, DecodedBlocksHaveTheLevelsOfTheReference) {
     for (const std::string name : {"story_600", "story_600_errors", "special"}) {
         const Pcm pcm = decoded(raw_frames("golden/" + name + ".raw12"));
@@ -121,7 +126,7 @@ TEST(AudioCheck, DecodedBlocksHaveTheLevelsOfTheReference) {
         ASSERT_EQ(pcm.size(), frames.size() * block_samples);
         for (std::size_t k = 0; k < frames.size(); ++k) {
             if (frames[k].action == "tone" || (k > 0 && frames[k - 1].action == "tone")) continue;
-            EXPECT_NEAR(rms_of_block(pcm, k), frames[k].rms, 0.1 + 1e-3 * frames[k].rms) << name << " " << k;
+            EXPECT_NEAR(rms_of_block(pcm, k), frames[k].rms, 0.1 + 0.05 * frames[k].rms) << name << " " << k;
         }
     }
 }
@@ -142,21 +147,22 @@ TEST(AudioCheck, GoldenPowersAreThoseOfTheGoldenMagnitudes) {
     }
 }
 
+// In the reference all harmonics follow the pitch along a parabola.
 TEST(AudioCheck, PlainFormulasPassWithTheFiguresOfTheReference) {
-    const AudioFigures figures = figures_of(plain_story());
+    const AudioFigures figures = figures_of(plain_synthesis(golden().frames, {.curved_harmonics = 56}));
+    printf("plain formulas: %s\n", to_text(figures).c_str());
     EXPECT_EQ(beyond_limits(figures), "");
-    EXPECT_NEAR(figures.gain, 1.967, 0.0006);
     EXPECT_NEAR(figures.ltas_db, 0.40, 0.006);
-    EXPECT_NEAR(figures.median_db, 0.43, 0.006);
-    EXPECT_NEAR(figures.p90_db, 1.9, 0.06);
-    EXPECT_NEAR(figures.env, 0.997, 0.0006);
-    EXPECT_NEAR(figures.voicing_db, 0.18, 0.006);
+    EXPECT_NEAR(figures.median_db, 0.63, 0.006);
+    EXPECT_NEAR(figures.p90_db, 1.91, 0.006);
+    EXPECT_NEAR(figures.env, 0.996, 0.0006);
+    EXPECT_NEAR(std::abs(figures.voicing_db), 0.19, 0.006);
 }
 
 TEST(AudioCheck, PlainFormulasGiveTheReferencesLevelBlockByBlock) {
-    const Pcm& pcm = plain_story();
+    const Pcm pcm = plain_synthesis(golden().frames, {.curved_harmonics = 56});
     for (std::size_t k = 0; k < golden().frames.size(); ++k)
-        ASSERT_NEAR(rms_of_block(pcm, k), golden().frames[k].rms, 0.05 + 2e-3 * golden().frames[k].rms) << k;
+        ASSERT_NEAR(rms_of_block(pcm, k), golden().frames[k].rms, 0.05 + 2e-4 * golden().frames[k].rms) << k;
 }
 
 TEST(AudioCheck, RejectsVoicedSpeechAtHalfAmplitude) {
@@ -164,15 +170,11 @@ TEST(AudioCheck, RejectsVoicedSpeechAtHalfAmplitude) {
 }
 
 TEST(AudioCheck, RejectsNoiseSixDecibelTooLoud) {
-    EXPECT_THAT(beyond_limits_with({.unvoiced_factor = 2}), HasSubstr("voicing"));
+    EXPECT_THAT(beyond_limits_with({.noise_factor = 2}), HasSubstr("voicing"));
 }
 
 TEST(AudioCheck, RejectsNoiseTwoDecibelTooSoft) {
-    EXPECT_THAT(beyond_limits_with({.unvoiced_factor = 0.8}), HasSubstr("voicing"));
-}
-
-TEST(AudioCheck, RejectsAWindowThatDoesNotAddUp) {
-    EXPECT_THAT(beyond_limits_with({.window_flat_samples = 0, .window_end_samples = 80}), HasSubstr("ltas"));
+    EXPECT_THAT(beyond_limits_with({.noise_factor = 0.8}), HasSubstr("voicing"));
 }
 
 TEST(AudioCheck, RejectsNoiseInTheWrongBins) {
@@ -223,19 +225,33 @@ TEST(AudioCheck, RejectsSilence) {
 
 // ---- what needs no golden ----
 
-TEST(DecodedAudio, HardlyASampleIsAtTheLimit) {
-    const std::pair<const char*, Pcm> files[] = {
-        {"story_600",       story_600()                                             },
-        {"story.ambe",      decoded(raw_frames("recordings/story.ambe"))            },
-        {"greeting.ambe",   decoded(raw_frames("recordings/greeting.ambe"))         },
-        {"mirrored",        decoded(raw_frames("recordings/greeting_reversed.ambe"))},
-        {"greeting.dvtool", decoded(dvtool_frames("recordings/greeting.dvtool"))    },
-        {"counting.dvtool", decoded(dvtool_frames("recordings/counting.dvtool"))    },
+TEST(DecodedAudio, NoSampleIsAtTheLimitAndHardlyOneOfALoudRecording) {
+    const struct {
+        const char* name;
+        Pcm pcm;
+        double most;
+    } files[] = {
+        {"story_600",       story_600(),                                          0     },
+        {"story.ambe",      decoded(raw_frames("recordings/story.ambe")),         0     },
+        {"greeting.ambe",   decoded(raw_frames("recordings/greeting.ambe")),      0     },
+        {"greeting.dvtool", decoded(dvtool_frames("recordings/greeting.dvtool")), 0     },
+        {"counting.dvtool", decoded(dvtool_frames("recordings/counting.dvtool")), 0     },
+        {"story_loud.ambe", decoded(raw_frames("recordings/story_loud.ambe")),    0.0002},
     };
-    for (const auto& [name, pcm] : files) {
+    for (const auto& [name, pcm, most] : files) {
         printf("%s: %.5f %% of the samples at the limit\n", name, 100 * share_at_limit(pcm));
-        EXPECT_LE(share_at_limit(pcm), 0.001) << name;
+        EXPECT_LE(share_at_limit(pcm), most) << name;
     }
+}
+
+// Cut off at 16 bits, the loud recording would have several times as many samples at the limit.
+TEST(DecodedAudio, LoudRecordingIsKeptUnderTheLimiter) {
+    const Pcm pcm = decoded(raw_frames("recordings/story_loud.ambe"));
+    const auto above = std::ranges::count_if(pcm, [](int sample) { return std::abs(sample) > 32000; });
+    printf("story_loud.ambe: %.5f %% above the limiter's peak\n", 100.0 * double(above) / double(pcm.size()));
+    EXPECT_LT(above, 0.0005 * double(pcm.size()));
+    for (std::size_t at = 0; at < pcm.size(); at += block_samples)
+        for (std::size_t n = at + 48; n < at + block_samples; ++n) ASSERT_LE(std::abs(pcm[n]), 32000) << n;
 }
 
 TEST(DecodedAudio, LowestSampleValueIsNeverUsed) {
@@ -243,15 +259,15 @@ TEST(DecodedAudio, LowestSampleValueIsNeverUsed) {
 }
 
 TEST(DecodedAudio, SecondMutedFrameInARowIsSilent) {
-    const Pcm pcm = decoded(raw_frames("golden/story_600_errors.raw12"));
-    const auto frames = golden_frames("golden/story_600_errors.csv");
+    const Pcm pcm = decoded(raw_frames("golden/stress.raw12"));
+    const auto frames = golden_frames("golden/stress.csv");
     int silent = 0;
     for (std::size_t k = 1; k < frames.size(); ++k) {
         if (frames[k].action != "mute" || frames[k - 1].action != "mute") continue;
         EXPECT_THAT(block_of(pcm, k), Each(0)) << k;
         ++silent;
     }
-    EXPECT_EQ(silent, 2) << "frames 516 and 517";
+    EXPECT_EQ(silent, 23) << "frames 225, 226 and 306 to 326";
 }
 
 TEST(DecodedAudio, LoudSpeechFadesOutInTheFirstMutedFrameAndIsSilentInTheNext) {
@@ -262,7 +278,7 @@ TEST(DecodedAudio, LoudSpeechFadesOutInTheFirstMutedFrameAndIsSilentInTheNext) {
     for (const std::size_t repeated : {51u, 52u, 53u}) EXPECT_GT(rms_of_block(pcm, repeated), 500);
     EXPECT_GT(rms_of_block(pcm, 54), 100) << "the fading frame";
     const auto fading = block_of(pcm, 54);
-    EXPECT_THAT(fading.subspan(105), Each(0)) << "the window has ended";
+    EXPECT_THAT(fading.subspan(140), Each(0)) << "the windows have ended";
     EXPECT_THAT(block_of(pcm, 55), Each(0));
     EXPECT_THAT(block_of(pcm, 56), Each(0));
 }

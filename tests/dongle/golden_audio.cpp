@@ -57,8 +57,8 @@ std::vector<double> numbers(const std::string& text) {
 // The fundamental that six digits stand for: that of the nearest pitch index, or (silence) the number itself. Over a
 // file the rounding would add up in the phases.
 double exact_fundamental(double rounded) {
-    const double index = std::round((-17661.0 / 4096 - std::log2(rounded)) / 0.021336 - 0.5);
-    const double exact = std::exp2(-17661.0 / 4096 - 0.021336 * (index + 0.5));
+    const double index = std::round((std::log2(0.4627 / rounded) - 4.1261) / 0.02179);
+    const double exact = 0.4627 / std::exp2(4.1261 + 0.02179 * index);
     return std::abs(exact - rounded) < 1e-5 * rounded ? exact : rounded;
 }
 

@@ -57,8 +57,8 @@ double trapezoid(int n, int flat, int end) {
     return distance >= end ? 0 : double(end - distance) / (end - flat);
 }
 
-double voiced_window(const SynthesisFaults& faults, int n) {
-    return trapezoid(n, faults.window_flat_samples, faults.window_end_samples);
+double voiced_window(int n) {
+    return trapezoid(n, 55, 105);
 }
 
 double noise_window(int n) {
@@ -185,20 +185,19 @@ double smooth_harmonic(const Voice& before, const Voice& now, std::size_t l, int
     return from * std::pow(sinusoid_amplitude(now, l) / from, n / span) * std::cos(before.phi[l] + theta);
 }
 
-double overlapping_harmonic(const Voice& before, const Voice& now, std::size_t l, int n,
-                            const SynthesisFaults& faults) {
+double overlapping_harmonic(const Voice& before, const Voice& now, std::size_t l, int n) {
     const double w_before = 2 * pi * before.f0 * double(l);
     const double w_now = 2 * pi * now.f0 * double(l);
     const int m = n - block_samples;
-    return voiced_window(faults, n) * sinusoid_amplitude(before, l) * std::cos(w_before * n + before.phi[l]) +
-           voiced_window(faults, m) * sinusoid_amplitude(now, l) * std::cos(w_now * m + now.phi[l]);
+    return voiced_window(n) * sinusoid_amplitude(before, l) * std::cos(w_before * n + before.phi[l]) +
+           voiced_window(m) * sinusoid_amplitude(now, l) * std::cos(w_now * m + now.phi[l]);
 }
 
 double speech_sample(const Voice& before, const Voice& now, int n, const SynthesisFaults& faults) {
     double voiced = 0;
     for (std::size_t l = 1; l <= std::max(before.harmonics, now.harmonics); ++l)
         voiced += is_smooth(before, now, l) ? smooth_harmonic(before, now, l, n, int(l) <= faults.curved_harmonics)
-                                            : overlapping_harmonic(before, now, l, n, faults);
+                                            : overlapping_harmonic(before, now, l, n);
     return faults.voiced_factor * voiced + noise_sample(before, now, n);
 }
 
@@ -247,9 +246,5 @@ Pcm plain_limiter(std::span<const double> samples) {
 }
 
 Pcm plain_synthesis(std::span<const GoldenFrame> frames, const SynthesisFaults& faults) {
-    const std::vector<double> speech = plain_speech(frames, faults);
-    if (faults.limits) return plain_limiter(speech);
-    Pcm pcm;
-    for (const double value : speech) pcm.push_back(to_sample(value));
-    return pcm;
+    return plain_limiter(plain_speech(frames, faults));
 }

@@ -12,12 +12,9 @@
 struct SynthesisFaults {
     double voiced_factor = 1;         // 0.5 forgets that a magnitude is half an amplitude
     double noise_factor = 1;          // 2 makes noise 6 dB louder
-    int window_flat_samples = 55;     // half of the flat part of the window of sinusoids that overlap
-    int window_end_samples = 105;     // from here on it is zero
     int noise_bin_shift = 0;          // noise in the wrong bins
     bool forgets_last_frame = false;  // every frame fades in from nothing
     int curved_harmonics = 7;         // of smooth harmonics these follow the pitch along a parabola, the others a line
-    bool limits = true;               // false: cut off at 16 bits only
 };
 
 // The speech of the frames, 160 samples each, before the limiter. Frames without magnitudes (mute and tone) are

@@ -16,10 +16,10 @@ namespace {
 // The coded speech comes about 60 ms late.
 constexpr double earliest_lag_ms = 50, latest_lag_ms = 70;
 constexpr double least_env = 0.95;
-constexpr double least_stoi = 0.81;
-constexpr double largest_mel_distance_db = 7.4;
-// Software-encoded speech comes back 1.5 to 2.3 dB below its source, over a whole file.
-constexpr double lowest_level_db = -3.3, highest_level_db = -0.5;
+constexpr double least_stoi = 0.85;
+constexpr double largest_mel_distance_db = 6.5;
+// Software-encoded speech comes back 2.5 to 4 dB below its source, over a whole file.
+constexpr double lowest_level_db = -4.5, highest_level_db = -2;
 
 void expect_resemblance(const char* name, const SourceFigures& figures) {
     printf("%s: %s\n", name, to_text(figures).c_str());
@@ -78,15 +78,14 @@ TEST(SourceComparison, HalfTheAmplitudeIsSixDecibelAndNothingElse) {
     EXPECT_GT(figures.stoi, 0.99);
 }
 
-// 0.840 is the published mean of a decoder of this kind over the three recordings.
+// 0.8747 is the mean of the reference over the three recordings.
 TEST(SourceComparison, PlainFormulasHaveTheIntelligibilityOfTheReference) {
-    EXPECT_NEAR(story_with({}).stoi, 0.840, 0.01);
+    EXPECT_NEAR(story_with({}).stoi, 0.8747, 0.01);
 }
 
 TEST(SourceComparison, FaultsAreBeyondTheLimits) {
-    EXPECT_LT(story_with({.unvoiced_factor = 2}).stoi, least_stoi);
+    EXPECT_LT(story_with({.noise_factor = 2}).stoi, least_stoi);
     EXPECT_LT(story_with({.voiced_factor = 0.5}).stoi, least_stoi);
     EXPECT_GT(story_with({.noise_bin_shift = 16}).mel_lsd_db, largest_mel_distance_db);
     EXPECT_LT(story_with({.forgets_last_frame = true}).level_db, lowest_level_db);
-    EXPECT_LT(story_with({.window_flat_samples = 0, .window_end_samples = 80}).env, least_env);
 }
