@@ -133,6 +133,19 @@ void add_windowed(Oscillators& oscillators, const float* window, float* samples)
         store(samples + n, load(samples + n) + load(window + n) * load(sum + n));
 }
 
+// The harmonics of two frames, by how they get from one to the other.
+struct Sets {
+    Oscillators smooth, falling, rising;
+};
+
+void add_overlapping(const VoicedHarmonics& before, const VoicedHarmonics& now, int i, Sets& sets) {
+    const auto harmonic = static_cast<std::uint32_t>(i + 1);
+    if (before.amplitude[i] > 0)
+        add(sets.falling, before.phase[i], before.fundamental * harmonic, before.amplitude[i], 1.0F);
+    const std::uint32_t step = now.fundamental * harmonic;
+    if (now.amplitude[i] > 0) add(sets.rising, now.phase[i] - overlap_samples * step, step, now.amplitude[i], 1.0F);
+}
+
 }  // namespace
 
 void voiced_synthesis(const VoicedHarmonics& before, const VoicedHarmonics& now, SpeechBlock& samples) {
@@ -142,28 +155,19 @@ void voiced_synthesis(const VoicedHarmonics& before, const VoicedHarmonics& now,
     Motion motion;
     if (steady) plan_motion(before, now, count, motion);
 
-    Oscillators smooth;
-    Oscillators falling;
-    Oscillators rising;
-    smooth.count = falling.count = rising.count = 0;
+    Sets sets;
+    sets.smooth.count = sets.falling.count = sets.rising.count = 0;
     for (int i = 0; i < count; i++) {
-        const bool was = before.amplitude[i] > 0;
-        const bool is = now.amplitude[i] > 0;
-        if (was && is && steady) {
-            if (curved && i < curved_harmonics)
-                add_curved(before, now, motion, i, samples);
-            else
-                add(smooth, before.phase[i], motion.step[i], before.amplitude[i], motion.growth[i]);
-            continue;
-        }
-        const auto harmonic = static_cast<std::uint32_t>(i + 1);
-        const std::uint32_t step = now.fundamental * harmonic;
-        if (was) add(falling, before.phase[i], before.fundamental * harmonic, before.amplitude[i], 1.0F);
-        if (is) add(rising, now.phase[i] - overlap_samples * step, step, now.amplitude[i], 1.0F);
+        if (!steady || before.amplitude[i] <= 0 || now.amplitude[i] <= 0)
+            add_overlapping(before, now, i, sets);
+        else if (curved && i < curved_harmonics)
+            add_curved(before, now, motion, i, samples);
+        else
+            add(sets.smooth, before.phase[i], motion.step[i], before.amplitude[i], motion.growth[i]);
     }
-    add_oscillators(smooth, blocks, samples);
-    add_windowed(falling, windows.falling, samples);
-    add_windowed(rising, windows.rising, samples + rising_start);
+    add_oscillators(sets.smooth, blocks, samples);
+    add_windowed(sets.falling, windows.falling, samples);
+    add_windowed(sets.rising, windows.rising, samples + rising_start);
 }
 
 }  // namespace DECODER_VERSION
