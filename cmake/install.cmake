@@ -15,7 +15,7 @@ set(quaver_fish_dir ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 # First of all, because those that the commands below would make obey the umask.
 set(quaver_directories ${CMAKE_INSTALL_BINDIR} ${QUAVER_PRIVATE_LIBDIR} ${CMAKE_INSTALL_MANDIR}/man1 lib/udev/rules.d
     ${quaver_bash_dir} ${QUAVER_ZSH_DIR} ${quaver_fish_dir} ${CMAKE_INSTALL_DOCDIR}/docs
-    ${CMAKE_INSTALL_DOCDIR}/samples)
+    ${CMAKE_INSTALL_DOCDIR}/docs/pictures ${CMAKE_INSTALL_DOCDIR}/samples)
 if(QUAVER_DONGLE_LIBRARY)
     list(REMOVE_ITEM quaver_directories ${QUAVER_PRIVATE_LIBDIR})
 endif()
@@ -50,3 +50,5 @@ install(FILES docs/architecture.md docs/software-dongle.md DESTINATION ${CMAKE_I
 install(FILES samples/README.md samples/greeting.dvtool samples/counting.dvtool samples/greeting.ambe
               samples/greeting_source.wav samples/counting_source.wav
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/samples)
+install(FILES docs/pictures/greeting.png docs/pictures/greeting_detail.png docs/pictures/counting_detail.png
+        DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs/pictures)

@@ -22,7 +22,7 @@ check() {
 for file in bin/quaver share/man/man1/quaver.1 share/bash-completion/completions/quaver \
     lib/udev/rules.d/60-quaver.rules share/doc/quaver/README.md share/doc/quaver/LICENSE \
     share/doc/quaver/docs/software-dongle.md share/doc/quaver/samples/greeting.dvtool \
-    share/doc/quaver/samples/greeting_source.wav; do
+    share/doc/quaver/samples/greeting_source.wav share/doc/quaver/docs/pictures/greeting.png; do
     check test -s "usr/$file"
 done
 check test "$(find usr -name "$name" -path '*/quaver/*' | wc -l)" -eq 1
