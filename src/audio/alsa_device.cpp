@@ -11,7 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "audio/alsa_library.h"
+#include "audio/alsa_open.h"
 #include "audio/device_trial.h"
 #include "audio/quiet_streams.h"
 #include "audio/sound_device.h"
@@ -27,21 +27,6 @@ constexpr int patience_ms = 3000;      // how long a device may take no sample b
 constexpr int nap_ms = 10;
 constexpr int naps_of_patience = patience_ms / nap_ms;
 constexpr snd_pcm_sframes_t blocks_left_to_drain = 2;  // what the drain itself waits for
-
-// All zero when new. A null `pcm` is a device that is not heard, or not any more.
-struct AlsaDevice {
-    char name[sizeof "plughw:253"];
-    int channels;
-    long sample_rate;
-    int bits_per_sample;
-    snd_pcm_uframes_t block_frames;
-    snd_pcm_uframes_t queue_frames;   // how many may be queued
-    snd_pcm_uframes_t buffer_frames;  // the device's own buffer, which may be larger or smaller
-    bool verbose;
-    const AlsaLibrary* alsa;
-    snd_pcm_t* pcm;
-    QuietStreams quiet;
-};
 
 AlsaDevice* device_of(const AudioControl& control) {
     return reinterpret_cast<AlsaDevice*>(control.buffer);
@@ -61,78 +46,8 @@ void report(const char* name, const char* step, const char* reason) {
 
 // --- opening
 
-// Device and period are negotiated; format, channels and rate are not, and need not be: "default" and "plughw" convert.
-int set_hardware(AlsaDevice& device, snd_pcm_hw_params_t* hardware) {
-    const AlsaLibrary& alsa = *device.alsa;
-    const auto channels = static_cast<unsigned>(device.channels);
-    const auto rate = static_cast<unsigned>(device.sample_rate);
-    snd_pcm_uframes_t period = device.block_frames;
-    snd_pcm_uframes_t buffer = device.queue_frames;
-    int error = alsa.snd_pcm_hw_params_any(device.pcm, hardware);
-    if (error >= 0) error = alsa.snd_pcm_hw_params_set_access(device.pcm, hardware, SND_PCM_ACCESS_RW_INTERLEAVED);
-    if (error >= 0) error = alsa.snd_pcm_hw_params_set_format(device.pcm, hardware, SND_PCM_FORMAT_S16_LE);
-    if (error >= 0) error = alsa.snd_pcm_hw_params_set_channels(device.pcm, hardware, channels);
-    if (error >= 0) error = alsa.snd_pcm_hw_params_set_rate(device.pcm, hardware, rate, 0);
-    if (error >= 0) error = alsa.snd_pcm_hw_params_set_period_size_near(device.pcm, hardware, &period, nullptr);
-    if (error >= 0) error = alsa.snd_pcm_hw_params_set_buffer_size_near(device.pcm, hardware, &buffer);
-    if (error >= 0) error = alsa.snd_pcm_hw_params(device.pcm, hardware);
-    if (error >= 0) error = alsa.snd_pcm_get_params(device.pcm, &device.buffer_frames, &period);
-    return error;
-}
-
-// Playing starts with half a queue, so that the first late block finds the other half's worth of time.
-int set_software(AlsaDevice& device, snd_pcm_sw_params_t* software) {
-    const AlsaLibrary& alsa = *device.alsa;
-    const snd_pcm_uframes_t room = device.buffer_frames - device.queue_frames + device.block_frames;
-    int error = alsa.snd_pcm_sw_params_current(device.pcm, software);
-    if (error >= 0) {
-        error = alsa.snd_pcm_sw_params_set_start_threshold(device.pcm, software, device.queue_frames / 2);
-    }
-    if (error >= 0) {
-        error = alsa.snd_pcm_sw_params_set_avail_min(device.pcm, software, std::min(room, device.buffer_frames));
-    }
-    if (error >= 0) error = alsa.snd_pcm_sw_params(device.pcm, software);
-    return error;
-}
-
-int set_parameters(AlsaDevice& device) {
-    const AlsaLibrary& alsa = *device.alsa;
-    snd_pcm_hw_params_t* hardware = nullptr;
-    int error = alsa.snd_pcm_hw_params_malloc(&hardware);
-    if (error < 0) return error;
-    error = set_hardware(device, hardware);
-    alsa.snd_pcm_hw_params_free(hardware);
-    if (error < 0) return error;
-
-    device.queue_frames = std::min(device.queue_frames, device.buffer_frames);
-    snd_pcm_sw_params_t* software = nullptr;
-    error = alsa.snd_pcm_sw_params_malloc(&software);
-    if (error < 0) return error;
-    error = set_software(device, software);
-    alsa.snd_pcm_sw_params_free(software);
-    return error;
-}
-
-void close_device(AlsaDevice& device) {
-    device.alsa->snd_pcm_close(device.pcm);
-    device.pcm = nullptr;
-}
-
-// Not blocking, so that a card which somebody else plays on is busy at once.
-DeviceFailure open_device(AlsaDevice& device) {
-    int error = device.alsa->snd_pcm_open(&device.pcm, device.name, SND_PCM_STREAM_PLAYBACK, SND_PCM_NONBLOCK);
-    if (error < 0) {
-        device.pcm = nullptr;
-        return {"open", error};
-    }
-    error = set_parameters(device);
-    if (error >= 0) return {};
-    close_device(device);
-    return {"set parameters", error};
-}
-
 DeviceFailure open_for_trial(void* device) {
-    return open_device(*static_cast<AlsaDevice*>(device));
+    return alsa_open(*static_cast<AlsaDevice*>(device));
 }
 
 DeviceFailure open_quietly(AlsaDevice& device) {
@@ -142,10 +57,8 @@ DeviceFailure open_quietly(AlsaDevice& device) {
     quiet_streams_begin(device.quiet);
     // Behind a plug-in stands a sound server, and one that hangs would hang the program with it.
     DeviceFailure failure = device_trial(open_for_trial, &device, open_timeout_ms);
-    if (failure.error == 0) failure = open_device(device);
-    if (failure.error != 0) device.alsa->snd_config_update_free_global();
+    if (failure.error == 0) failure = alsa_open(device);
     quiet_streams_end(device.quiet);
-    if (failure.error != 0) quiet_streams_close(device.quiet);
     return failure;
 }
 
@@ -153,7 +66,7 @@ DeviceFailure open_quietly(AlsaDevice& device) {
 
 // From here on the run is as one with device 0.
 void give_up(AlsaDevice& device, const char* step, int error) {
-    close_device(device);
+    alsa_close(device);
     quiet_streams_end(device.quiet);
     if (device.verbose) report(device.name, step, device.alsa->snd_strerror(error));
     quiet_streams_begin(device.quiet);
@@ -168,17 +81,17 @@ int resume(AlsaDevice& device) {
     return error;
 }
 
-// After a call that gave `error`: 0 when it may be made again, else why not.
+// After a call that gave `error`: 0 when it may be made again, else why not. A card that was suspended is resumed; one
+// that ran short, or is in a state in which it takes nothing, is prepared.
 int recover(AlsaDevice& device, int error) {
     switch (error) {
         case 0:
         case -EINTR: return 0;
-        case -ESTRPIPE:  // suspended
+        case -ESTRPIPE:
             if (resume(device) == 0) return 0;
-            return device.alsa->snd_pcm_prepare(device.pcm);  // not every card resumes
-        case -EPIPE:                                          // underrun
-        case -EBADFD:                                         // in a state in which samples are not taken
-            return device.alsa->snd_pcm_prepare(device.pcm);
+            [[fallthrough]];  // not every card resumes
+        case -EPIPE:
+        case -EBADFD: return device.alsa->snd_pcm_prepare(device.pcm);
         default: return error;
     }
 }
@@ -200,7 +113,6 @@ int write_block(AlsaDevice& device, const std::uint8_t* block) {
         if (result > 0) {
             block += static_cast<std::size_t>(result) * frame_bytes;
             left -= static_cast<snd_pcm_uframes_t>(result);
-            fruitless = 0;
             continue;
         }
         if (++fruitless > naps_of_patience) return result < 0 ? static_cast<int>(result) : -ETIMEDOUT;
@@ -349,7 +261,7 @@ void sound_close(AudioControl& control) {
     AlsaDevice* device = device_of(control);
     if (device == nullptr || device->alsa == nullptr || device->quiet.null_device < 0) return;
     quiet_streams_begin(device->quiet);
-    if (device->pcm != nullptr) close_device(*device);
+    if (device->pcm != nullptr) alsa_close(*device);
     device->alsa->snd_config_update_free_global();
     quiet_streams_end(device->quiet);
     quiet_streams_close(device->quiet);

@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <gmock/gmock.h>
 #include <poll.h>
+#include <sys/wait.h>
 
 #include <algorithm>
 #include <cstring>
@@ -263,6 +264,15 @@ TEST_F(AlsaDevice, StopPlaysWhatIsQueuedToTheLastTwoBlocksAndLeavesThoseToTheDra
     EXPECT_THAT(card.calls_of("snd_pcm_drop"), IsEmpty());
 }
 
+TEST_F(AlsaDevice, DrainThatFailsDropsWhatIsLeftAndPreparesTheCardForTheNextFile) {
+    card.tell("snd_pcm_drain 1 -32");
+    played();
+    const Lines calls = card.calls();
+    const auto drain = std::find(calls.begin(), calls.end(), "snd_pcm_drain(320)");
+    ASSERT_LT(drain, calls.end() - 4);
+    EXPECT_THAT(Lines(drain + 1, drain + 4), ElementsAre("snd_pcm_nonblock(1)", "snd_pcm_drop", "snd_pcm_prepare"));
+}
+
 TEST_F(AlsaDevice, FileShorterThanHalfAQueueIsStartedByItsEnd) {
     played({3});
     EXPECT_THAT(card.calls_of("snd_pcm_start"), testing::SizeIs(1));
@@ -364,6 +374,7 @@ TEST_F(AlsaDevice, SoundServerThatNeverAnswersIsWaitedForFiveSeconds) {
     polls.limit_ms = 300;
     const Playing playing = played_verbosely();
     polls.limit_ms = 1000000;
+    EXPECT_GT(wait(nullptr), 0);  // the process that hung has been ended
     EXPECT_EQ(polls.longest_ms, 5000);
     EXPECT_EQ(playing.output.err, told_of("default", {"", "open", ETIMEDOUT}));
     EXPECT_THAT(card.calls_of("snd_pcm_open"), IsEmpty());
