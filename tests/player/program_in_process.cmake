@@ -8,7 +8,7 @@ list(TRANSFORM in_process PREPEND ${CMAKE_CURRENT_LIST_DIR}/
     OUTPUT_VARIABLE in_process_sources)
 add_library(program_in_process STATIC ${main} ${in_process_sources})
 target_include_directories(program_in_process PUBLIC ${PROJECT_SOURCE_DIR}/tests)
-set_source_files_properties(${main} PROPERTIES COMPILE_DEFINITIONS main=program_main)
+set_source_files_properties(${main} PROPERTIES COMPILE_DEFINITIONS main=program_main SKIP_PRECOMPILE_HEADERS ON)
 target_link_libraries(program_in_process PUBLIC quaver_player gsm GTest::gtest)
 foreach(call select read tcgetattr tcsetattr fopen fclose exit _Z19codec_stream_createjiPK9PcmFormats)
     target_link_options(program_in_process INTERFACE -Wl,--wrap=${call})

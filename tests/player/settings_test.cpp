@@ -165,6 +165,7 @@ TEST(Settings, SpeedAndSoundDeviceAreTheNumberAtTheStartOfTheText) {
         EXPECT_EQ(options({"-D", row.text}).sound_device, row.value) << row.text;
     }
     EXPECT_EQ(options({"-s115200baud"}).speed, 115200);
+    EXPECT_EQ(options({"-D", "3", "-D", "-1"}).sound_device, -1) << "the last holds";
 }
 
 TEST(Settings, OptionsAndOperandsMayBeMixed) {
