@@ -10,17 +10,15 @@
 //   decoding   half of what is left, up to 64 bytes, is steps of two bytes: high, low. 16 x high + low - 16 bytes are
 //              read, 2 ^ (high modulo 13) at most in one call of the callback; its top bit has the end be an error. The
 //              rest of the input is what the callback gives.
-#include <gsm.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 #include "codec/codec_stream.h"
+#include "support/stream_release.h"
 
 namespace {
 
@@ -73,20 +71,6 @@ struct Outside {
         return static_cast<int>(size);
     }
 };
-
-struct Release {
-    void operator()(CodecStream* stream) const {
-        if (std::strcmp(stream->name, "GSM 06.10") == 0) {
-            gsm_destroy(static_cast<gsm>(stream->codec_private));
-        } else {
-            std::free(stream->codec_private);
-        }
-        std::free(stream->ibuff);
-        std::free(stream->obuff);
-        std::free(stream);
-    }
-};
-using StreamPtr = std::unique_ptr<CodecStream, Release>;
 
 StreamPtr create(std::uint32_t tag, std::uint8_t flags, std::int16_t block_bytes, Outside& outside) {
     const bool encoding = (flags & flag_encode) != 0;

@@ -167,13 +167,7 @@ TEST(Gsm0610, DecodedVoiceIsTheVoiceThatWasCoded) {
     for (std::size_t from = 0; from < blocks.size(); from += 65) source.pieces.push_back(slice(blocks, from, 65));
     const std::vector<int> heard = pcm_samples(read_from(*stream, 16000));
     ASSERT_EQ(heard.size(), samples.size());
-    double signal = 0;
-    double error = 0;
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-        signal += double(samples[i]) * samples[i];
-        error += double(samples[i] - heard[i]) * (samples[i] - heard[i]);
-    }
-    EXPECT_GT(10 * std::log10(signal / error), 6.0);  // full rate follows the waveform of a vowel roughly
+    EXPECT_GT(signal_to_noise_db(samples, heard), 6.0);  // full rate follows the waveform of a vowel roughly
 }
 
 TEST(Gsm0610, WithoutTheWaveLayoutOneFrameIsDecoded) {

@@ -388,11 +388,5 @@ TEST(ImaAdpcm, CodesInTheDecodersNibbleOrderFollowTheSignal) {
     Bytes codes = encoded(samples);
     for (std::uint8_t& code : codes) code = static_cast<std::uint8_t>(code << 4 | code >> 4);
     const std::vector<int> heard = decoded(codes);
-    double signal = 0;
-    double error = 0;
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-        signal += double(samples[i]) * samples[i];
-        error += double(samples[i] - heard[i]) * (samples[i] - heard[i]);
-    }
-    EXPECT_GT(10 * std::log10(signal / error), 20.0);
+    EXPECT_GT(signal_to_noise_db(samples, heard), 20.0);
 }

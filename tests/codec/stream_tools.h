@@ -2,6 +2,7 @@
 // Codec streams that a test can own, and the two ends of their callback.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <deque>
 #include <vector>
@@ -85,4 +86,15 @@ inline Bytes read_from(CodecStream& stream, int count) {
     const int delivered = codec_stream_read(&stream, data.data(), count);
     data.resize(delivered > 0 ? static_cast<std::size_t>(delivered) : 0);
     return data;
+}
+
+// How far what is heard follows the samples.
+inline double signal_to_noise_db(const std::vector<int>& samples, const std::vector<int>& heard) {
+    double signal = 0;
+    double noise = 0;
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        signal += std::pow(samples[i], 2);
+        noise += std::pow(samples[i] - heard.at(i), 2);
+    }
+    return 10 * std::log10(signal / noise);
 }
