@@ -15,27 +15,44 @@ constexpr std::size_t check_offset = 46;
 
 enum Kind : std::uint8_t { kind_empty = 0, kind_frame = 1 };
 
-// What eight steps of the division do to a remainder, by its upper byte.
-struct CheckTable {
-    std::uint16_t of_byte[256];
+constexpr int bytes_at_once = 8;
+
+// What a byte leaves of the division when `following` more bytes, zeros here, come behind it.
+struct CheckTables {
+    std::uint16_t following[bytes_at_once][256];
 };
 
-constexpr CheckTable make_check_table() {
-    CheckTable table{};
-    for (std::uint32_t byte = 0; byte < 256; byte++) {
-        std::uint32_t rest = byte << 8;
-        for (int bit = 0; bit < 8; bit++) rest = (rest & 0x8000U) != 0 ? rest << 1 ^ 0x1021U : rest << 1;
-        table.of_byte[byte] = static_cast<std::uint16_t>(rest);
-    }
-    return table;
+constexpr std::uint16_t divided(std::uint32_t rest) {
+    for (int bit = 0; bit < 8; bit++) rest = (rest & 0x8000U) != 0 ? rest << 1 ^ 0x1021U : rest << 1;
+    return static_cast<std::uint16_t>(rest);
 }
 
-constexpr CheckTable check_table = make_check_table();
+constexpr CheckTables make_check_tables() {
+    CheckTables tables{};
+    for (std::uint32_t byte = 0; byte < 256; byte++) {
+        std::uint16_t rest = divided(byte << 8);
+        for (auto& table : tables.following) {
+            table[byte] = rest;
+            rest = divided(rest);
+        }
+    }
+    return tables;
+}
 
+constexpr CheckTables check_tables = make_check_tables();
+
+// The division is linear: eight bytes at once are the sum of what each of them leaves.
 constexpr std::uint16_t check_of(const std::uint8_t* packet) {
     std::uint32_t rest = 0xFFFF;
-    for (std::size_t i = 0; i < check_offset; i++)
-        rest = (rest << 8 & 0xFF00U) ^ check_table.of_byte[rest >> 8 ^ packet[i]];
+    std::size_t at = 0;
+    for (; at + bytes_at_once <= check_offset; at += bytes_at_once) {
+        std::uint32_t sum = check_tables.following[7][packet[at] ^ rest >> 8];
+        sum ^= check_tables.following[6][packet[at + 1] ^ (rest & 0xFFU)];
+        for (std::size_t i = 2; i < bytes_at_once; i++)
+            sum ^= check_tables.following[bytes_at_once - 1 - i][packet[at + i]];
+        rest = sum;
+    }
+    for (; at < check_offset; at++) rest = (rest << 8 & 0xFF00U) ^ check_tables.following[0][rest >> 8 ^ packet[at]];
     return static_cast<std::uint16_t>(rest);
 }
 
