@@ -167,6 +167,17 @@ TEST_P(AmbeDecoderTest, MuteAndToneKeepPitchAndHarmonicsOfTheFrameBefore) {
     }
 }
 
+TEST_P(AmbeDecoderTest, MuteAndToneAsTheFirstFrameHaveTheStartPitch) {
+    // f0 = 1/32 and 14 harmonics, of which nothing is heard.
+    for (const FrameOfBytes& frame : {tone_frame(64, 232), voice}) {
+        ambe_decoder_start(decoder, version());
+        decoder.error_rate = frame == voice ? 0.2F : 0.0F;
+        EXPECT_EQ(decode(frame), frame == voice ? FrameAction::mute : FrameAction::tone);
+        EXPECT_EQ(decoder.spoken.fundamental, 0x08000000U);
+        EXPECT_EQ(decoder.spoken.count, 14);
+    }
+}
+
 // 128 draws at the start, then 56 and 160 a frame, whatever is in it: an error early in a recording does not change the
 // noise of what follows.
 TEST_P(AmbeDecoderTest, EveryFrameDrawsTheSameNumberOfNoiseValues) {
