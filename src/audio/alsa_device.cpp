@@ -7,7 +7,6 @@
 #include <errno.h>
 #include <poll.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -131,8 +130,7 @@ snd_pcm_sframes_t queued_frames(AlsaDevice& device) {
 
 // Waits until the queue takes another block whole. An underrun or a suspended card is left to the next write.
 int wait_for_room(AlsaDevice& device) {
-    const auto most = static_cast<snd_pcm_sframes_t>(device.queue_frames) -
-                      static_cast<snd_pcm_sframes_t>(std::min(device.queue_frames, device.block_frames));
+    const auto most = static_cast<snd_pcm_sframes_t>(device.full_frames);
     for (int fruitless = 0; fruitless <= naps_of_patience; fruitless++) {
         const snd_pcm_sframes_t queued = queued_frames(device);
         if (queued == -EPIPE || queued == -ESTRPIPE) return 0;

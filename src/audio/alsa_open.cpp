@@ -27,16 +27,23 @@ int set_hardware(AlsaDevice& device, snd_pcm_hw_params_t* hardware) {
 // Playing starts with half a queue, so that the first late block finds the other half's worth of time.
 int set_software(AlsaDevice& device, snd_pcm_sw_params_t* software) {
     const AlsaLibrary& alsa = *device.alsa;
-    const snd_pcm_uframes_t room = device.buffer_frames - device.queue_frames + device.block_frames;
+    const snd_pcm_uframes_t room = device.buffer_frames - device.full_frames;
     int error = alsa.snd_pcm_sw_params_current(device.pcm, software);
     if (error >= 0) {
         error = alsa.snd_pcm_sw_params_set_start_threshold(device.pcm, software, device.queue_frames / 2);
     }
     if (error >= 0) {
-        error = alsa.snd_pcm_sw_params_set_avail_min(device.pcm, software, std::min(room, device.buffer_frames));
+        error = alsa.snd_pcm_sw_params_set_avail_min(device.pcm, software, room);
     }
     if (error >= 0) error = alsa.snd_pcm_sw_params(device.pcm, software);
     return error;
+}
+
+// Room for two blocks is kept, one for the next and one that makes up for what a sound server adds: so a key stops the
+// sound within a quarter of a second. A queue of less than four blocks has no room to spare.
+snd_pcm_uframes_t full_frames(const AlsaDevice& device) {
+    const snd_pcm_uframes_t kept = (device.queue_frames < 4 * device.block_frames ? 1 : 2) * device.block_frames;
+    return device.queue_frames - std::min(device.queue_frames, kept);
 }
 
 int set_parameters(AlsaDevice& device) {
@@ -49,6 +56,7 @@ int set_parameters(AlsaDevice& device) {
     if (error < 0) return error;
 
     device.queue_frames = std::min(device.queue_frames, device.buffer_frames);
+    device.full_frames = full_frames(device);
     snd_pcm_sw_params_t* software = nullptr;
     error = alsa.snd_pcm_sw_params_malloc(&software);
     if (error < 0) return error;

@@ -14,6 +14,7 @@ struct AlsaDevice {
     int bits_per_sample;
     snd_pcm_uframes_t block_frames;
     snd_pcm_uframes_t queue_frames;   // how many may be queued
+    snd_pcm_uframes_t full_frames;    // with how many the program goes on; with more it waits
     snd_pcm_uframes_t buffer_frames;  // the device's own buffer, which may be larger or smaller
     bool verbose;
     const AlsaLibrary* alsa;

@@ -23,7 +23,7 @@ using testing::IsEmpty;
 using testing::Not;
 
 constexpr int default_device = 1;
-constexpr int queue_blocks = 12;
+constexpr int full_blocks = 11;  // of twelve
 
 // Each block has samples that no other has.
 Bytes numbered_block(int number) {
@@ -191,7 +191,7 @@ TEST_F(AlsaDevice, EightKilohertzMonoOf16BitsInAQueueOfTwelveBlocksIsAskedFor) {
           "snd_pcm_hw_params_set_format(2)",  // 16 bits, signed, little-endian
           "snd_pcm_hw_params_set_channels(1)", "snd_pcm_hw_params_set_rate(8000)",
           "snd_pcm_hw_params_set_period_size_near(160)", "snd_pcm_hw_params_set_buffer_size_near(1920)",
-          "snd_pcm_sw_params_set_start_threshold(960)", "snd_pcm_sw_params_set_avail_min(160)"}) {
+          "snd_pcm_sw_params_set_start_threshold(960)", "snd_pcm_sw_params_set_avail_min(320)"}) {
         EXPECT_THAT(card.calls(), Contains(call));
     }
 }
@@ -217,17 +217,17 @@ TEST_F(AlsaDevice, EveryBlockIsHeardOnceForOneFileAndForThree) {
     }
 }
 
-TEST_F(AlsaDevice, ProgramWaitsOnlyOnceTwelveBlocksAreQueued) {
-    played({queue_blocks - 1});
+TEST_F(AlsaDevice, ProgramWaitsOnlyOnceOneBlockOfTheQueueIsLeft) {
+    played({full_blocks - 1});
     EXPECT_THAT(card.calls_of("snd_pcm_wait"), IsEmpty());
 
     card.tell("");
-    played({queue_blocks});
+    played({full_blocks});
     EXPECT_THAT(card.calls_of("snd_pcm_wait"), testing::SizeIs(1));
 
     card.tell("");
     played({100});
-    EXPECT_THAT(card.calls_of("snd_pcm_wait"), testing::SizeIs(100 - queue_blocks + 1));
+    EXPECT_THAT(card.calls_of("snd_pcm_wait"), testing::SizeIs(100 - full_blocks + 1));
 }
 
 TEST_F(AlsaDevice, WaitsAreBounded) {
@@ -239,9 +239,9 @@ TEST_F(AlsaDevice, QueueIsTwelveBlocksAlsoInALargerBufferOfTheCard) {
     setenv("QUAVER_TEST_SOUND_BUFFER", "16384", 1);
     played({100});
     unsetenv("QUAVER_TEST_SOUND_BUFFER");
-    // A block fits when 11 are queued: 16384 - 11 * 160 frames are free.
-    EXPECT_THAT(card.calls(), Contains("snd_pcm_sw_params_set_avail_min(14624)"));
-    EXPECT_THAT(card.calls_of("snd_pcm_wait"), testing::SizeIs(100 - queue_blocks + 1));
+    // Room for two blocks is kept: with ten queued, 16384 - 10 * 160 frames are free.
+    EXPECT_THAT(card.calls(), Contains("snd_pcm_sw_params_set_avail_min(14784)"));
+    EXPECT_THAT(card.calls_of("snd_pcm_wait"), testing::SizeIs(100 - full_blocks + 1));
     EXPECT_EQ(card.heard(), numbered_blocks(100));
 }
 
@@ -258,7 +258,7 @@ TEST_F(AlsaDevice, SmallerBufferOfTheCardIsTheQueue) {
 
 TEST_F(AlsaDevice, StopPlaysWhatIsQueuedToTheLastTwoBlocksAndLeavesThoseToTheDrain) {
     played();
-    // Eleven blocks are queued; the card plays half a block each time it is asked, until 320 frames are left.
+    // Ten blocks are queued; the card plays half a block each time it is asked, until 320 frames are left.
     EXPECT_THAT(card.calls_of("snd_pcm_drain"), ElementsAre("snd_pcm_drain(320)"));
     EXPECT_THAT(card.calls_of("snd_pcm_nonblock"), ElementsAre("snd_pcm_nonblock(0)", "snd_pcm_nonblock(1)"));
     EXPECT_THAT(card.calls_of("snd_pcm_drop"), IsEmpty());
@@ -352,12 +352,12 @@ TEST_F(AlsaDevice, DeviceThatTakesNothingForThreeSecondsIsGivenUp) {
     }
 }
 
-// Eleven blocks are queued and stay there: the queue is full for the twelfth and for every look at it after that.
+// Ten blocks are queued and stay there, at every look after that of the tenth: 1920 - 1600 frames are free.
 TEST_F(AlsaDevice, DeviceThatStandsStillAtTheEndIsGivenUpToo) {
     std::string script;
-    for (int look = 12; look < 400; look++) script += "snd_pcm_avail " + std::to_string(look) + " 160\n";
+    for (int look = 11; look < 400; look++) script += "snd_pcm_avail " + std::to_string(look) + " 320\n";
     card.tell(script);
-    const Playing playing = played_verbosely({11});
+    const Playing playing = played_verbosely({10});
     EXPECT_EQ(playing.output.err, told_of("default", {"", "drain", ETIMEDOUT}));
     EXPECT_THAT(card.calls_of("snd_pcm_drain"), IsEmpty());
     EXPECT_EQ(polls.napped_ms, 3000);
