@@ -37,7 +37,7 @@ struct Surroundings {
     std::vector<Poll> polls = {};
     int audio_device = 0;                   // that audio_detect finds
     AudioControl* audio_control = nullptr;  // of audio_alloc, and the one that the other operations may be given
-    int audio_verbose_level = -1;  // that the layer was told
+    int audio_verbose_level = -1;           // that the layer was told
     int audio_open_result = 0;
     int dongle_init_result = 0;
     int audio_start_result = 0;
