@@ -54,6 +54,8 @@ DeviceFailure open_quietly(AlsaDevice& device) {
     if (quiet_streams_open(device.quiet) < 0) return {"open", -errno};
 
     quiet_streams_begin(device.quiet);
+    // Read here once, the configuration is there for both processes; what is wrong with it the opening says.
+    device.alsa->snd_config_update();
     // Behind a plug-in stands a sound server, and one that hangs would hang the program with it.
     DeviceFailure failure = device_trial(open_for_trial, &device, open_timeout_ms);
     if (failure.error == 0) failure = alsa_open(device);

@@ -11,6 +11,7 @@
 #define ALSA_FUNCTIONS(row)                     \
     row(snd_strerror)                           \
     row(snd_lib_error_set_handler)              \
+    row(snd_config_update)                      \
     row(snd_config_update_free_global)          \
     row(snd_pcm_open)                           \
     row(snd_pcm_close)                          \

@@ -203,6 +203,12 @@ TEST_F(AlsaDevice, DeviceIsTriedInAnotherProcessFirst) {
     EXPECT_THAT(card.trial_calls(), Not(Contains("snd_pcm_prepare")));
 }
 
+TEST_F(AlsaDevice, ConfigurationIsReadOnceForBothProcesses) {
+    played();
+    EXPECT_THAT(card.calls(), Contains("snd_config_update"));
+    EXPECT_THAT(card.trial_calls(), Not(Contains("snd_config_update")));
+}
+
 TEST_F(AlsaDevice, EveryBlockIsHeardOnceForOneFileAndForThree) {
     for (const char* lengths : {"1", "12", "100", "30 30 30", "0 1 0 13 5"}) {
         card.tell("");

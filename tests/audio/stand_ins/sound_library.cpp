@@ -123,6 +123,11 @@ int snd_lib_error_set_handler(snd_lib_error_handler_t handler) {
     return 0;
 }
 
+int snd_config_update(void) {
+    log("snd_config_update");
+    return 0;
+}
+
 int snd_config_update_free_global(void) {
     log("snd_config_update_free_global");
     times.clear();
