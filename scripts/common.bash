@@ -21,7 +21,8 @@ start_ticker() {
         trap - EXIT
         exec {never}<> <(:)
         while ! read -r -t 20 -u "$never"; do
-            printf '   %s: %d s so far  %s\n' "$what" $((SECONDS - start)) "$(tail -n 1 "$log" 2>/dev/null | cut -c 1-90)"
+            printf '   %s: %d s so far  %s\n' "$what" $((SECONDS - start)) \
+                "$(tail -n 1 "$log" 2>/dev/null | cut -c 1-90)"
         done
     ) &
     ticker=$!
@@ -102,12 +103,12 @@ configure() {
     cmake --preset "$preset" -B "$directory" "$@"
 }
 
-# build_in <directory> <preset> [cmake option...]: all of it, warnings being errors.
+# build_in <directory> <preset> [cmake option...]: all of it.
 build_in() {
     local directory=$1 preset=$2 status=0
     shift 2
     lock_build_directory "$directory" || return 1
-    configure "$preset" "$directory" -DQUAVER_WERROR=ON "$@" && cmake --build "$directory" -j "$(nproc)" || status=$?
+    configure "$preset" "$directory" "$@" && cmake --build "$directory" -j "$(nproc)" || status=$?
     unlock_build_directory
     return "$status"
 }
