@@ -147,7 +147,7 @@ TEST(G711, DecisionValuesAreThePublishedOnes) {
     EXPECT_EQ(ulaw_decision_values()[127], 7903 * 4);
 }
 
-TEST(G711, EdgesOfTheRange) {  // kept: the lowest sample codes as the smallest negative one
+TEST(G711, EdgesOfTheRangeAndTheLowestSampleWhichCodesAsTheSmallestNegativeOne) {
     for (const auto& [sample, alaw, ulaw] : {
              std::array{0,             0xD5, 0xFF},
              {32635,         0xAA, 0x80},

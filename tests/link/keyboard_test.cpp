@@ -129,7 +129,7 @@ TEST_F(Keyboard, RawModeGoesOnAndOffForFileAfterFile) {
     }
 }
 
-TEST_F(Keyboard, StateThatCannotBeReadOrSetIsSaid) {
+TEST_F(Keyboard, StateThatCannotBeReadOrSetIsSaidOnceWithADoubledVerb) {
     const struct {
         int (*action)();
         const char *call, *message, *last_error;

@@ -166,6 +166,12 @@ TEST_F(SerialLineSetters, EvenParityAfterOddClearsTheOddFlag) {
     EXPECT_EQ(control_flags() & parity_mask, tcflag_t{PARENB});
 }
 
+TEST_F(SerialLineSetters, DataBitsOf5Gives6DataBits) {
+    open_line();
+    EXPECT_EQ(tio_databits("5"), 0);
+    EXPECT_EQ(libc_calls().applied.at(0).state.c_cflag & CSIZE, tcflag_t{CS6});
+}
+
 TEST_F(SerialLineSetters, OtherCharactersAreRejectedWithoutATextAndNotApplied) {
     tio_open("/dev/quaver-is-not-here");
     open_line();

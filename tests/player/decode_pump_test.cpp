@@ -111,7 +111,7 @@ int count_starting_with(const Lines& trace, const std::string& start) {
 
 TEST(DecodePump, EveryRowWhereAFrameIsWanted) {  // the first receive of a file comes in this state
     expect_steps("spin recv", {failed});
-    expect_steps("spin recv spin recv send 2 spin recv", {nothing, wants_frame});  // a second frame over the first
+    expect_steps("spin recv spin recv send 2 spin recv", {nothing, wants_frame});
     expect_steps("spin recv send 1 spin recv", {wants_frame});
     expect_steps("spin recv recv send 1 spin recv", {pcm_block, wants_frame});
     expect_steps("spin recv TIMEOUT", {timed_out});
@@ -126,6 +126,16 @@ TEST(DecodePump, EveryRowWhileAFrameWaits) {  // read after one was sent
                  {wants_frame, pcm_block, pcm_block, wants_frame});
     expect_steps("spin recv send 1 spin recv TIMEOUT", {wants_frame, timed_out});
     expect_steps("spin recv send 1 spin recv spin recv send 3 spin recv", {wants_frame, unknown, wants_frame});
+}
+
+TEST(DecodePump, NothingReceivedFirstReadsASecondFrameOverTheFirst) {
+    expect_steps("spin recv spin recv send 2 spin recv", {nothing, wants_frame});
+    expect_steps("spin recv spin recv recv send 2 spin recv", {nothing, nothing, wants_frame});  // the second waits
+}
+
+TEST(DecodePump, UnknownPacketDropsTheFrameThatWaits) {
+    expect_steps("spin recv send 1 spin recv spin recv spin recv send 4 spin recv",
+                 {wants_frame, unknown, unknown, wants_frame});
 }
 
 TEST(DecodePump, FrameWaitsAlsoAfterABlockSeveralFramesOrAnUnknownPacket) {

@@ -159,7 +159,7 @@ constexpr NumberRow number_rows[] = {
     {"99999999999999999999", -1             },
 };
 
-TEST(Settings, SpeedAndSoundDeviceAreTheNumberAtTheStartOfTheText) {
+TEST(Settings, SpeedAndSoundDeviceAreTheNumberAtTheStartOfTheTextOrZeroAndGoThroughAnInt) {
     for (const NumberRow& row : number_rows) {
         EXPECT_EQ(options({"-s", row.text}).speed, row.value) << row.text;
         EXPECT_EQ(options({"-D", row.text}).sound_device, row.value) << row.text;
@@ -187,7 +187,7 @@ TEST_F(Environment, UnsetLeavesTheDefaults) {
     EXPECT_STREQ(settings.port, "/dev/ttyUSB0");
 }
 
-TEST_F(Environment, SoundcardIsTheNumberAtTheStartOfTheTextTheEmptyOneIncluded) {
+TEST_F(Environment, SoundcardThatIsNoNumberIsDeviceZeroTheEmptyTextIncluded) {
     for (const NumberRow& row : number_rows) EXPECT_EQ(with("SOUNDCARD", row.text).sound_device, row.value) << row.text;
 }
 

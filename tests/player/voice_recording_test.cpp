@@ -116,26 +116,36 @@ TEST(VoiceRecording, ShortRecordLeavesFrameBytesOfEarlierRecords) {
     const Bytes long_first = dvtool_header() + with_length(Bytes(60, 0xCC));
     expect_frames("20 bytes replace five of the frame", dvtool_recording({record(frame(1)), of_20, record(frame(2))}),
                   {frame(1), bytes({1, 2, 3, 4, 5}) + from_byte(frame(1), 5), frame(2)});
-    expect_frames("15, 1 and 0 bytes replace none",
-                  dvtool_recording({record(frame(1)), zeros(15), zeros(1), {}, {}, record(frame(2))}),
-                  {frame(1), frame(1), frame(1), frame(1), frame(1), frame(2)});
-    expect_frames("nothing before", dvtool_recording({{}, record(frame(1))}), {no_frame_byte, frame(1)});
+    expect_frames("15 and 1 bytes replace none",
+                  dvtool_recording({record(frame(1)), zeros(15), zeros(1), record(frame(2))}),
+                  {frame(1), frame(1), frame(1), frame(2)});
     expect_frames("only the skipped record before", long_first + with_length(of_16) + with_length(record(frame(1))),
                   {bytes({9}) + zeros(11), frame(1)});
 }
 
-// A length byte that is not there is what stands at its place in the buffer: the header's "DV", or the first two bytes
-// of the record before.
-TEST(VoiceRecording, MissingLengthIsMadeOfStaleBytes) {
-    const Bytes begins_with_5_0 = dvtool_recording({record_beginning(5, 0)});
-    expect_frames("0x5644, neither skipped nor there", dvtool_header(), {});
+TEST(VoiceRecording, RecordOfLengthZeroRepeatsTheFrameBeforeIt) {
+    expect_frames("two of them", dvtool_recording({record(frame(1)), {}, {}, record(frame(2))}),
+                  {frame(1), frame(1), frame(1), frame(2)});
+    expect_frames("nothing before", dvtool_recording({{}, record(frame(1))}), {no_frame_byte, frame(1)});
+}
+
+TEST(VoiceRecording, MissingFirstLengthReusesTheHeadersBytes) {
+    expect_frames("\"DV\" is 0x5644, neither skipped nor there", dvtool_header(), {});
     expect_frames("0x5600, likewise: a length of 0 would be a frame", dvtool_header() + bytes({0}), {});
     expect_frames("0x5602, likewise", dvtool_header() + bytes({2}), {});
-    expect_frames("first record beyond the end, 0x0101", dvtool_header() + bytes({1, 1}) + Bytes(60, 0x22), {});
-    expect_frames("0x03E8 for 999 bytes", dvtool_header() + low_first_2(1000) + Bytes(999, 0xCC), {});
+}
+
+TEST(VoiceRecording, MissingLengthReusesTheFirstTwoBytesOfTheRecordBefore) {
     expect_frames("0x6160, nothing is there", dvtool_recording({record(frame(1))}), frames(1));
-    expect_frames("0x0001 of a byte and a stale 0", begins_with_5_0 + bytes({1}), frames(1));
+    expect_frames("a first record beyond the end, 0x0101", dvtool_header() + bytes({1, 1}) + Bytes(60, 0x22), {});
+    expect_frames("0x03E8 for 999 bytes", dvtool_header() + low_first_2(1000) + Bytes(999, 0xCC), {});
+}
+
+TEST(VoiceRecording, HalfALengthTakesItsHighByteFromTheRecordBefore) {
+    const Bytes begins_with_5_0 = dvtool_recording({record_beginning(5, 0)});
+    expect_frames("0x0001, which is not there", begins_with_5_0 + bytes({1}), frames(1));
     expect_frames("0x0003, likewise", begins_with_5_0 + bytes({3}), frames(1));
+    EXPECT_EQ(reading_of(begins_with_5_0 + bytes({0}), 4).frames, Frames(4, frame(1)));  // 0x0000, again and again
 }
 
 TEST(VoiceRecording, StaleLengthOfZeroEndsAfter65536FramesWithoutInput) {

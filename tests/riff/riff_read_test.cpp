@@ -30,7 +30,7 @@ TEST_F(RiffRead, CloseOfAFileThatWasReadLeavesItAsItIs) {
 }
 
 // RIFX has its outer size most significant byte first, and the reversed size is then sign-extended.
-TEST_F(RiffRead, OuterSizeIsInTheByteOrderOfItsIdentifierAndSignExtendedAndTheDumpShowsIt) {
+TEST_F(RiffRead, OuterSizeIsInTheByteOrderOfItsIdentifierAndSignExtendedAndTheDumpCallsAllOthersMsb) {
     const struct {
         const char* id;
         Bytes size;
