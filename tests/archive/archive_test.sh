@@ -184,6 +184,7 @@ stopped					|cp '$kinds/raw.wav' r.wav; kill -SEGV \$\$
 stopped					|exit 1
 no space					|head -c 24576 '$kinds/raw.wav' >r.wav; echo DONE
 no space					|: >r.wav; echo DONE
+no space					|head -c 36 /dev/zero | cat - '$kinds/raw.wav' >r.wav; echo DONE
 no space					|echo "to 'r.wav': CANNOT CREATE"
 empty					|head -c 36 '$kinds/raw.wav' | perl -0777 -pe 'substr(\$_, 4, 4) = pack "V", 36' >r.wav; echo DONE
 unreadable					|echo "file 'r.d': NOT FOUND"
