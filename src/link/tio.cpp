@@ -94,8 +94,10 @@ void alarm_handler(int) {
     siglongjmp(timed_out, 1);
 }
 
+// An alarm that a failed read left armed is cleared before one is awaited, or it could end this read too early.
 void arm_alarm() {
     saved_alarm_handler = signal(SIGALRM, alarm_handler);
+    alarm(0);
     alarm_awaited = 1;
     alarm(static_cast<unsigned>(timeout_seconds));
 }

@@ -3,6 +3,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <stdarg.h>
 #include <sys/select.h>
 #include <unistd.h>
@@ -43,6 +44,7 @@ int __real_select(int count, fd_set* readable, fd_set* writable, fd_set* excepti
 int __real_tcgetattr(int descriptor, termios* state);
 int __real_tcsetattr(int descriptor, int when, const termios* state);
 int __real_tcsendbreak(int descriptor, int duration);
+unsigned __real_alarm(unsigned seconds);
 int __real_cfsetispeed(termios* state, speed_t speed);
 int __real_cfsetospeed(termios* state, speed_t speed);
 
@@ -92,6 +94,12 @@ int __wrap_tcsetattr(int descriptor, int when, const termios* state) {
 int __wrap_tcsendbreak(int descriptor, int duration) {
     libc_calls().breaks.emplace_back(descriptor, duration);
     return fails("tcsendbreak") ? -1 : __real_tcsendbreak(descriptor, duration);
+}
+
+unsigned __wrap_alarm(unsigned seconds) {
+    libc_calls().alarms.push_back(seconds);
+    if (libc_calls().old_alarm_goes_off_late && __real_alarm(0) > 0) raise(SIGALRM);
+    return __real_alarm(seconds);
 }
 
 int __wrap_cfsetispeed(termios* state, speed_t speed) {

@@ -24,6 +24,7 @@ struct LibcCalls {
     std::vector<int> closed;                  // close
     std::vector<std::pair<int, int>> breaks;  // tcsendbreak: descriptor, duration
     std::vector<int> write_lengths;           // write, to descriptors above standard error
+    std::vector<unsigned> alarms;             // alarm
     int selects = 0;
     int reads = 0;
 
@@ -32,6 +33,9 @@ struct LibcCalls {
     // Which of the tcsetattr calls fail, 1 being the first: all, unless set.
     int first_tcsetattr_to_fail = 1;
     int last_tcsetattr_to_fail = INT_MAX;
+
+    // The alarm that is armed goes off at the last moment: when the next call of alarm is about to replace it.
+    bool old_alarm_goes_off_late = false;
 
     // A write passes on no more bytes than this.
     size_t most_bytes_written = SIZE_MAX;

@@ -106,6 +106,15 @@ TEST_F(TerminalState, RawModeDisablesEveryControlCharacterAndReadsByteByByte) {
     }
 }
 
+TEST_F(TerminalState, RawModeKeepsTheLineDiscipline) {
+    for (const int console : {0, 1}) {
+        termios state = {};
+        state.c_line = 7;
+        tio_raw_mode(&state, console);
+        EXPECT_EQ(state.c_line, 7);
+    }
+}
+
 TEST_F(TerminalState, RawModeKeepsBothSpeeds) {
     for (const int code : {B0, B50, B38400, B230400}) {
         for (const int console : {0, 1}) {

@@ -261,6 +261,15 @@ TEST_F(SerialLine, LineOnDescriptorZeroIsNeitherRestoredNorClosed) {
     expect_line_closed();
 }
 
+TEST_F(SerialLine, BreakIsSentOnDescriptorZeroToo) {
+    const StandardInput input(pty.device());
+    close(STDIN_FILENO);
+    EXPECT_EQ(tio_open(pty.path().c_str()), 0);
+    reset_libc_calls();
+    EXPECT_EQ(tio_break(), 0);
+    EXPECT_THAT(libc_calls().breaks, ElementsAre(testing::Pair(0, 0)));
+}
+
 TEST_F(SerialLine, EveryByteGoesUnchangedBothWaysAndNoneIsEchoed) {
     open_line();
     Bytes every_byte(256);

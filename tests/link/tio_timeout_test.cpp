@@ -196,4 +196,48 @@ TEST_F(SerialLineTimeOut, AlarmAfterAnExpiryDoesNothing) {
     EXPECT_FALSE(alarm_is_blocked());
 }
 
+TEST_F(SerialLineTimeOut, AlarmLeftFromAFailedReadDoesNotEndTheNextOne) {
+    tio_timeout(30);
+    EXPECT_EQ(read(), -1);  // no line is open; the alarm stays armed
+    open_line();
+    pty.send("ab");
+    ASSERT_TRUE(pty.has_input());
+    libc_calls().old_alarm_goes_off_late = true;
+    EXPECT_EQ(read(), 2);
+    EXPECT_EQ(buffer[0], 'a');
+}
+
+TEST_F(SerialLineTimeOut, AlarmIsArmedWithTheTimeOutToTheSecond) {
+    open_line();
+    for (const int seconds : {1, 2, 30, 32767}) {
+        tio_timeout(static_cast<std::int16_t>(seconds));
+        pty.send("a");
+        reset_libc_calls();
+        EXPECT_EQ(read(), 1);
+        // Cleared of what an earlier read may have left, armed, cleared again.
+        EXPECT_THAT(libc_calls().alarms, testing::ElementsAre(0U, static_cast<unsigned>(seconds), 0U));
+    }
+}
+
+TEST_F(SerialLineTimeOut, NegativeOneArmsNothingAndDisarmsAfterARead) {
+    open_line();
+    signal(SIGALRM, own_handler);
+    tio_timeout(30);
+    pty.send("a");
+    EXPECT_EQ(read(), 1);  // from here on own_handler is the disposition to put back
+
+    signal(SIGALRM, SIG_IGN);
+    alarm(1000);
+    tio_timeout(-1);
+    EXPECT_EQ(read(), 0);  // no byte waits, nothing is read
+    EXPECT_EQ(alarm_disposition(), SIG_IGN);
+    pty.send("b");
+    ASSERT_TRUE(pty.has_input());
+    reset_libc_calls();
+    EXPECT_EQ(read(), 1);
+    EXPECT_EQ(alarm_disposition(), own_handler);
+    EXPECT_THAT(libc_calls().alarms, testing::ElementsAre(0U));
+    EXPECT_EQ(alarm(0), 0U);
+}
+
 }  // namespace
