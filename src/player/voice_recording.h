@@ -13,6 +13,10 @@
 //          │ (not read)   │ the AMBE frame │ (any) │  lengths are 16 bits, low byte first
 //          └──────────────┴────────────────┴───────┘
 //
+// A recording ends where its file did when it was opened, give or take 65536 frames: so many are taken from beyond that
+// size (the file grows: it is still being recorded, or it is converted onto itself) and from a stale length of 0, which
+// makes frames of nothing.
+//
 // One buffer holds the header, then each length, record or raw frame in turn, always from its first byte on. Bytes that
 // a short record or an unreadable length does not overwrite stay there and are used again.
 #pragma once
@@ -27,8 +31,10 @@
 struct VoiceRecording {
     std::FILE* file;
     bool dvtool;
-    std::uint32_t frames_without_input;  // frames after the end: not one byte of the file was read for them
-    std::uint8_t buffer[0xFFFF];         // the largest record
+    std::int64_t bytes_at_open;       // of the file; the largest number for what is no regular file
+    std::int64_t position;           // bytes that were read of it
+    std::uint32_t frames_after_end;  // frames of which nothing stood in the file when it was opened
+    std::uint8_t buffer[0xFFFF];     // the largest record
 };
 
 // One AMBE frame, in somebody's buffer.

@@ -1,8 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "player/voice_recording.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <cstring>
+#include <fstream>
 #include <string>
 
 #include "support/capture.h"
@@ -100,6 +106,91 @@ TEST(VoiceRecording, FrameIsBytes15To26OfARecordOfAnyLength) {
         EXPECT_EQ(reading_of(content).frames, frames(2)) << size;
         EXPECT_EQ(reading_of(first_bytes(content, content.size() - 1)).frames, frames(1)) << size << ", cut";
     }
+}
+
+TEST(VoiceRecording, FileThatGrowsWhileItIsReadEndsAfter65536FramesFromBeyondItsSize) {
+    const TempDir dir;
+    write_file(dir / "rec", dvtool_recording({record(frame(1)), record(frame(2))}));
+    static VoiceRecording recording;
+    output_of([&] { ASSERT_EQ(voice_recording_open(recording, (dir / "rec").c_str()), 0); });
+    std::ofstream more(dir / "rec", std::ios::binary | std::ios::app);
+    const Bytes empty_records(2 * 100000, 0);
+    more.write(reinterpret_cast<const char*>(empty_records.data()), 2 * 100000);
+    more.close();
+    int count = 0;
+    while (count < 200000 && voice_recording_next(recording)) count++;
+    EXPECT_EQ(count, 2 + 65536);
+    voice_recording_close(recording);
+}
+
+TEST(VoiceRecording, RawFileThatGrowsWhileItIsReadEndsAfter65536FramesFromBeyondItsSizeToo) {
+    const TempDir dir;
+    write_file(dir / "rec", raw_recording(frames(2)));
+    static VoiceRecording recording;
+    output_of([&] { ASSERT_EQ(voice_recording_open(recording, (dir / "rec").c_str()), 0); });
+    std::ofstream more(dir / "rec", std::ios::binary | std::ios::app);
+    const Bytes further(12 * 70000, 0x33);
+    more.write(reinterpret_cast<const char*>(further.data()), 12 * 70000);
+    more.close();
+    int count = 0;
+    while (count < 200000 && voice_recording_next(recording)) count++;
+    EXPECT_EQ(count, 2 + 65536);
+    voice_recording_close(recording);
+}
+
+TEST(VoiceRecording, RecordThatBeginsInTheFileAndEndsBeyondItsSizeIsOneOfTheFile) {
+    const TempDir dir;
+    const Bytes last = with_length(record(frame(2)));
+    write_file(dir / "rec", dvtool_recording({}) + first_bytes(last, 10));
+    static VoiceRecording recording;
+    output_of([&] { ASSERT_EQ(voice_recording_open(recording, (dir / "rec").c_str()), 0); });
+    write_file(dir / "rec", dvtool_recording({}) + last + zeros(2 * 65537));
+    int count = 0;
+    while (count < 200000 && voice_recording_next(recording)) count++;
+    EXPECT_EQ(count, 1 + 65536);
+    voice_recording_close(recording);
+}
+
+// Nothing is sought in it: the first record is skipped byte by byte.
+TEST(VoiceRecording, RecordingComesFromAPipeAsWell) {
+    const TempDir dir;
+    const std::string path = dir / "rec";
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    std::vector<Bytes> records;
+    for (int i = 0; i < 700; i++) records.push_back(record(frame(i % 100)));
+    const Bytes content = dvtool_recording(records);
+    const pid_t writer = fork();
+    if (writer == 0) {
+        const int pipe = open(path.c_str(), O_WRONLY);
+        const bool whole = write(pipe, content.data(), content.size()) == static_cast<ssize_t>(content.size());
+        _exit(whole ? 0 : 1);
+    }
+    static VoiceRecording recording;
+    output_of([&] { ASSERT_EQ(voice_recording_open(recording, path.c_str()), 0); });
+    int count = 0;
+    while (const std::optional<VoiceFrame> read = voice_recording_next(recording)) {
+        ASSERT_EQ(Bytes(read->begin(), read->end()), frame(count % 100));
+        count++;
+    }
+    EXPECT_EQ(count, 700);
+    voice_recording_close(recording);
+    waitpid(writer, nullptr, 0);
+}
+
+TEST(VoiceRecording, RecordOf65535BytesStaysInsideItsBuffer) {
+    static struct {
+        VoiceRecording recording;
+        std::uint8_t behind[64];
+    } memory;
+    std::memset(memory.behind, 0xEE, sizeof memory.behind);
+    const TempDir dir;
+    write_file(dir / "rec", dvtool_header() + with_length(Bytes(65535, 0x99)) + with_length(Bytes(65535, 0x99)));
+    output_of([&] { ASSERT_EQ(voice_recording_open(memory.recording, (dir / "rec").c_str()), 0); });
+    EXPECT_TRUE(voice_recording_next(memory.recording));
+    EXPECT_EQ(sizeof memory.recording.buffer, 65535u);
+    EXPECT_EQ(memory.recording.buffer[65534], 0x99);
+    EXPECT_EQ(Bytes(std::begin(memory.behind), std::end(memory.behind)), Bytes(64, 0xEE));
+    voice_recording_close(memory.recording);
 }
 
 TEST(VoiceRecording, RecordShorterThanItsLengthEndsTheFile) {
