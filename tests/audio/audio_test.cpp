@@ -155,6 +155,12 @@ TEST(AudioDetect, SoundcardIsNotCutToAByte) {
     EXPECT_EQ(detected("300", 1, &output), 300);
 }
 
+TEST(AudioDetect, NumberThatNarrowsTo0IsReturnedWithoutAWord) {
+    Output output;
+    EXPECT_EQ(detected("4294967296", 1, &output), 0);
+    EXPECT_EQ(output.out, "");
+}
+
 // --- audio_alloc and audio_free
 
 INSTANTIATE_TEST_SUITE_P(Audio, SilentDevice, testing::ValuesIn(silent_devices));
