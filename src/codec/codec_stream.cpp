@@ -29,7 +29,6 @@ std::int16_t output_room(const CodecStream& stream) {
 }
 
 int allocate_ibuff(CodecStream& stream) {
-    if (stream.ibuff_bytes <= 0) return 0;
     const std::size_t room = static_cast<std::size_t>(stream.ibuff_bytes) + spare_input_bytes;
     stream.ibuff = static_cast<std::uint8_t*>(std::calloc(room, 1));
     if (stream.ibuff != nullptr) return 0;
@@ -92,6 +91,20 @@ int fetch_block(CodecStream& stream) {
     return result;
 }
 
+// The buffers of a stream that codes have the sizes of its own direction.
+bool is_encoder(const CodecStream& stream) {
+    return stream.mode == codec_mode_encode && stream.decode != nullptr;
+}
+
+bool is_decoder(const CodecStream& stream) {
+    return stream.mode != codec_mode_encode && stream.encode != nullptr;
+}
+
+int failed_read() {
+    std::fputs("I/O error during READ DATA !\n", stderr);
+    return -1;
+}
+
 }  // namespace
 
 CodecStream* codec_stream_create(std::uint32_t tag, int mode, const PcmFormat* format, std::int16_t block_bytes) {
@@ -107,14 +120,17 @@ CodecStream* codec_stream_create(std::uint32_t tag, int mode, const PcmFormat* f
     stream->input_format = *format;
     stream->output_format = *format;
     stream->block_bytes = block_bytes;
+    stream->mode = mode;
 
     if (codec->init(*stream, mode) < 0) return give_up(stream);
+    if (stream->ibuff_bytes <= 0) return give_up(stream);  // a block of nothing never fills and never ends
     if (allocate_ibuff(*stream) < 0) return give_up(stream);
     if (allocate_obuff(*stream) < 0) return give_up(stream);
     return stream;
 }
 
 void codec_stream_write(CodecStream* stream, const std::uint8_t* bytes, int count) {
+    if (is_decoder(*stream)) return;
     while (count > 0) {
         if (stream->space_left <= 0) start_block(*stream);
         const int run = std::min<int>(count, stream->space_left);
@@ -127,14 +143,12 @@ void codec_stream_write(CodecStream* stream, const std::uint8_t* bytes, int coun
 }
 
 int codec_stream_read(CodecStream* stream, std::uint8_t* buffer, int count) {
+    if (count > 0 && is_encoder(*stream)) return failed_read();
     int delivered = 0;
     while (delivered < count) {
         if (stream->bytes_left <= 0) {
             const int fetched = fetch_block(*stream);
-            if (fetched < 0) {
-                std::fputs("I/O error during READ DATA !\n", stderr);
-                return -1;
-            }
+            if (fetched < 0) return failed_read();
             if (fetched == 0) break;
             if (stream->bytes_left <= 0) continue;
         }

@@ -47,6 +47,7 @@ struct CodecStream {
     std::int16_t bytes_left;     // decoding: bytes that are still to be given out
     std::int16_t space_left;     // encoding: free bytes in IBUFF
     void* codec_private;         // the codec's own state, or null
+    int mode;                    // as asked for at creation
 };
 
 // Makes a stream for the format `tag`: an encoder when `mode` is codec_mode_encode, else a decoder. `format` is copied.
@@ -56,17 +57,19 @@ struct CodecStream {
 // Prints the codec's line, "CODEC '%s' for %d channels at %ld Hz with %d bits per sample.\n", on standard output.
 // Returns the stream, which is never released, or null:
 //   without a message, nothing printed   no codec has the tag, or a buffer for `block_bytes` would not fit 16 bits
+//   without a message                    the codec cannot work, or gives IBUFF no size
 //   after a message on standard error    memory ran out; a private block that the codec has taken by then stays taken
 //
 // OBUFF has room for the larger of the two sizes and is zero where nothing was coded: some codecs hand on more bytes
 // than they code. IBUFF has a zero byte to spare: an encoder takes a last odd byte for a whole sample.
 CodecStream* codec_stream_create(std::uint32_t tag, int mode, const PcmFormat* format, std::int16_t block_bytes);
 
-// Writes `count` bytes to an encoding stream; 0 or less does nothing. A full IBUFF is coded and handed on when the byte
-// after it arrives, not before. What the callback returns is ignored.
+// Writes `count` bytes to an encoding stream; 0 or less does nothing, nor does a write to a decoder. A full IBUFF is
+// coded and handed on when the byte after it arrives, not before. What the callback returns is ignored.
 void codec_stream_write(CodecStream* stream, const std::uint8_t* bytes, int count);
 
 // Not called by the program. Reads `count` bytes from a decoding stream into `buffer`, calling for as many blocks as
 // that takes. Returns `count`; fewer at the end; 0 when `count` is 0 or less; -1, after "I/O error during READ DATA
-// !\n" on standard error, when the callback fails, whatever was put into `buffer` by then.
+// !\n" on standard error, when the stream is an encoder, or when the callback fails, whatever was put into `buffer` by
+// then. A codec without operations has no directions: its streams can be written to and read from in either mode.
 int codec_stream_read(CodecStream* stream, std::uint8_t* buffer, int count);

@@ -11,7 +11,7 @@
 //   1. prints the codec's line on standard output (codec_print_line);
 //   2. takes its private block, if it has one, and stores it;
 //   3. sets operations, sizes and the output's bits per sample (codec_finish_init).
-// Returns 0, or negative after its message on standard error.
+// Returns 0, or negative, after a message on standard error when memory ran out.
 using CodecInit = int (*)(CodecStream& stream, int mode);
 
 struct CodecEntry {

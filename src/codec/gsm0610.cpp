@@ -28,7 +28,7 @@ gsm state_of(CodecStream& stream) {
 }
 
 bool in_wave_layout(gsm state) {
-    return gsm_option(state, GSM_OPT_WAV49, nullptr) != 0;
+    return gsm_option(state, GSM_OPT_WAV49, nullptr) > 0;
 }
 
 // Whether the frame coded last was the first of a pair.
@@ -75,22 +75,26 @@ constexpr CodecShape gsm0610_shape = {
     .coded_bits = coded_bits,
 };
 
-gsm create_state() {
-    gsm state = gsm_create();
+// False when libgsm was built without it.
+bool choose_wave_layout(gsm state) {
     int on = 1;
-    if (state != nullptr) gsm_option(state, GSM_OPT_WAV49, &on);
-    return state;
+    return gsm_option(state, GSM_OPT_WAV49, &on) >= 0;
 }
 
 }  // namespace
 
 int gsm0610_init(CodecStream& stream, int mode) {
     codec_print_line(stream);
-    stream.codec_private = create_state();
-    if (stream.codec_private == nullptr) {
+    gsm state = gsm_create();
+    stream.codec_private = state;
+    if (state == nullptr) {
         std::fputs("Out of memory for GSM CB !\n", stderr);
         return -1;
     }
-
+    if (!choose_wave_layout(state)) {
+        gsm_destroy(state);
+        stream.codec_private = nullptr;
+        return -1;
+    }
     return codec_finish_init(stream, mode, gsm0610_shape);
 }

@@ -12,5 +12,6 @@
 
 #include "codec/codec_stream.h"
 
-// A row of the codec table (CodecInit). Returns 0; -1 after "Out of memory for GSM CB !\n" on standard error.
+// A row of the codec table (CodecInit). Returns 0; -1 after "Out of memory for GSM CB !\n" on standard error, and
+// without a message when libgsm was built without the layout of WAVE files.
 int gsm0610_init(CodecStream& stream, int mode);

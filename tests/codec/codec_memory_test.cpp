@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Memory that runs out, at every request of a creation.
+#include <gsm.h>
 #include <gtest/gtest.h>
 
 #include "codec/codec_stream.h"
@@ -10,6 +11,30 @@
 #include "support/allocations.h"
 #include "support/capture.h"
 #include "support/messages.h"
+
+namespace {
+
+bool wave_layout_is_missing = false;
+int states_destroyed = 0;
+
+}  // namespace
+
+extern "C" {
+
+int __real_gsm_option(gsm state, int option, int* value);
+void __real_gsm_destroy(gsm state);
+
+// As in a libgsm that was built without the layout of WAVE files.
+int __wrap_gsm_option(gsm state, int option, int* value) {
+    return option == GSM_OPT_WAV49 && wave_layout_is_missing ? -1 : __real_gsm_option(state, option, value);
+}
+
+void __wrap_gsm_destroy(gsm state) {
+    states_destroyed++;
+    __real_gsm_destroy(state);
+}
+
+}  // extern "C"
 
 namespace {
 
@@ -135,4 +160,16 @@ TEST(CodecMemory, InitWithoutItsPrivateBlockReturnsMinusOneAndLeavesTheStreamWit
         });
         EXPECT_EQ(stream.codec_private, nullptr);
     }
+}
+
+TEST(CodecMemory, LibgsmWithoutTheLayoutOfWaveFilesIsRefusedAndItsStateReleased) {
+    wave_layout_is_missing = true;
+    states_destroyed = 0;
+    for (const int mode : {codec_mode_encode, 0}) {
+        const Creation creation = create(0x0031, 0, mode);
+        EXPECT_EQ(creation.stream, nullptr);
+        EXPECT_EQ(creation.output.err, "");
+    }
+    EXPECT_EQ(states_destroyed, 2);
+    wave_layout_is_missing = false;
 }

@@ -18,10 +18,23 @@ struct InitCall {
 };
 InitCall init_call;
 
-int init_without_buffers(CodecStream& stream, int mode) {
+int init_with_ibuff_alone(CodecStream& stream, int mode) {
     init_call = {stream, mode};
-    stream.ibuff_bytes = -1;
+    stream.ibuff_bytes = 3;
     stream.obuff_bytes = -1;
+    return 0;
+}
+
+int init_with_a_positive_result(CodecStream& stream, int mode) {
+    init_with_ibuff_alone(stream, mode);
+    return 1;
+}
+
+std::int16_t ibuff_bytes_to_give = 0;
+
+int init_with_odd_ibuff(CodecStream& stream, int mode) {
+    init_call = {stream, mode};
+    stream.ibuff_bytes = ibuff_bytes_to_give;
     return 0;
 }
 
@@ -31,7 +44,12 @@ int init_that_refuses(CodecStream& stream, int mode) {
     return -2;
 }
 
-// The stream is the caller's to free; it has no buffers.
+void release(CodecStream* stream) {
+    std::free(stream->ibuff);
+    std::free(stream);
+}
+
+// The stream is the caller's to release.
 CodecStream* created(std::uint32_t tag, int mode = 1, std::int16_t block_bytes = 0) {
     init_call = {};
     CodecStream* stream = nullptr;
@@ -45,15 +63,17 @@ CodecStream* created(std::uint32_t tag, int mode = 1, std::int16_t block_bytes =
 // clang-format off
 const CodecEntry codec_table[] = {
     {0x0009, "first",          nullptr},
-    {0x0001, "one, not first", init_without_buffers},
-    {0x0003, "three",          init_without_buffers},
+    {0x0001, "one, not first", init_with_ibuff_alone},
+    {0x0003, "three",          init_with_ibuff_alone},
     {0x0002, "two",            nullptr},
-    {0x0002, "two again",      init_without_buffers},
+    {0x0002, "two again",      init_with_ibuff_alone},
     {0x0003, "three again",    init_that_refuses},
     {0x0005, "five",           init_that_refuses},
-    {0x0009, "nine",           init_without_buffers},
+    {0x0009, "nine",           init_with_ibuff_alone},
+    {0x000A, "ten",            init_with_a_positive_result},
+    {0x000B, "eleven",         init_with_odd_ibuff},
     {0,      nullptr,          nullptr},
-    {0x0004, "behind the end", init_without_buffers},
+    {0x0004, "behind the end", init_with_ibuff_alone},
 };
 // clang-format on
 
@@ -66,14 +86,14 @@ TEST(CodecRows, FirstRowIsNotSearched) {
     CodecStream* stream = created(9);
     ASSERT_NE(stream, nullptr);
     EXPECT_EQ(stream->name, codec_table[7].name);
-    std::free(stream);
+    release(stream);
 }
 
 TEST(CodecRows, FirstOfTwoRowsWithATagWins) {
     CodecStream* stream = created(3);
     ASSERT_NE(stream, nullptr);
     EXPECT_EQ(stream->name, codec_table[2].name);
-    std::free(stream);
+    release(stream);
 }
 
 TEST(CodecRows, RowWithoutACodecEndsTheSearchAsWell) {
@@ -86,7 +106,7 @@ TEST(CodecRows, RowWithoutANameEndsTheSearch) {
 }
 
 TEST(CodecRows, InitFindsNameFormatsAndBlockSizeInAStreamOfZeroes) {
-    std::free(created(3, 7, -300));
+    release(created(3, 7, -300));
     EXPECT_EQ(init_call.mode, 7);
 
     EXPECT_STREQ(init_call.stream.name, "three");
@@ -109,10 +129,28 @@ TEST(CodecRows, InitThatRefusesGivesNullWithoutAnotherMessage) {
     EXPECT_STREQ(init_call.stream.name, "five");
 }
 
-TEST(CodecRows, SizesOfZeroOrLessAreNoBuffers) {
+TEST(CodecRows, OnlyANegativeResultOfAnInitIsAFailure) {
+    CodecStream* stream = created(10);
+    ASSERT_NE(stream, nullptr);
+    release(stream);
+}
+
+TEST(CodecRows, IbuffWithoutASizeIsRefused) {
+    for (const int bytes : {0, -1, -32768}) {
+        ibuff_bytes_to_give = static_cast<std::int16_t>(bytes);
+        EXPECT_EQ(created(11), nullptr) << bytes;
+        EXPECT_STREQ(init_call.stream.name, "eleven");
+    }
+    ibuff_bytes_to_give = 1;
+    CodecStream* stream = created(11);
+    ASSERT_NE(stream, nullptr);
+    release(stream);
+}
+
+TEST(CodecRows, ObuffOfZeroOrLessIsNoBuffer) {
     CodecStream* stream = created(3);
     ASSERT_NE(stream, nullptr);
-    EXPECT_EQ(stream->ibuff, nullptr);
+    EXPECT_NE(stream->ibuff, nullptr);
     EXPECT_EQ(stream->obuff, nullptr);
-    std::free(stream);
+    release(stream);
 }

@@ -395,3 +395,72 @@ TEST(CodecStreamRead, NoMoreIsDeliveredThanTheOutputBufferHolds) {
     operation_result = 32767;
     EXPECT_EQ(read_from(*stream, 5000).size(), 2048u);
 }
+
+// --- streams that are used the wrong way round
+
+TEST(CodecStreamRead, EncoderIsRefusedWithTheFailureOfARead) {
+    for (const std::uint32_t tag : {g711_alaw, g711_ulaw, ima_adpcm, gsm0610}) {
+        const StreamPtr stream = new_stream(tag, mode_encode);
+        BlockSource source(stream, {Bytes(4096, 1)});
+        Bytes buffer(100000, 0xEE);
+        int result = 0;
+        const Output output = output_of([&] { result = codec_stream_read(stream.get(), buffer.data(), 100000); });
+        EXPECT_EQ(result, -1) << tag;
+        EXPECT_EQ(output.err, "I/O error during READ DATA !\n") << tag;
+        EXPECT_TRUE(source.asked.empty()) << tag;
+        EXPECT_EQ(buffer, Bytes(100000, 0xEE)) << tag;
+        EXPECT_EQ(codec_stream_read(stream.get(), buffer.data(), 0), 0) << tag;
+    }
+}
+
+TEST(CodecStreamWrite, DecoderTakesNothing) {
+    for (const std::uint32_t tag : {g711_alaw, g711_ulaw, ima_adpcm, gsm0610}) {
+        const StreamPtr stream = new_stream(tag, mode_decode);
+        const BlockSink sink(stream);
+        write_to(*stream, counting_bytes(100000));
+        EXPECT_TRUE(sink.blocks.empty()) << tag;
+        EXPECT_EQ(stream->write_cursor, nullptr) << tag;
+    }
+}
+
+TEST(CodecStream, CodecWithoutOperationsIsReadAndWrittenInEitherMode) {
+    for (const int mode : {mode_encode, mode_decode}) {
+        const StreamPtr stream = new_stream(linear_pcm, mode);
+        const BlockSink sink(stream);
+        write_to(*stream, counting_bytes(pcm_block + 1));
+        EXPECT_EQ(sink.blocks.size(), 1u);
+        BlockSource source(stream, {bytes({1, 2, 3})});
+        EXPECT_EQ(read_from(*stream, 10), bytes({1, 2, 3}));
+    }
+}
+
+// --- what a callback finds in the record
+
+TEST(CodecStreamWrite, BlockIsStillFullWhileItIsHandedOn) {
+    const StreamPtr stream = new_stream(linear_pcm, mode_encode);
+    struct Seen {
+        CodecStream* stream;
+        int space_left = -1;
+        const std::uint8_t* write_cursor = nullptr;
+        static int take(void* context, std::uint8_t* /*buffer*/, int count) {
+            auto* seen = static_cast<Seen*>(context);
+            seen->space_left = seen->stream->space_left;
+            seen->write_cursor = seen->stream->write_cursor;
+            return count;
+        }
+    } seen = {.stream = stream.get()};
+    stream->io = Seen::take;
+    stream->io_context = &seen;
+    write_to(*stream, counting_bytes(pcm_block + 1));
+    EXPECT_EQ(seen.space_left, 0);
+    EXPECT_EQ(seen.write_cursor, stream->ibuff + pcm_block);
+}
+
+TEST(CodecStreamRead, EndOfADecodersInputIsNotDecoded) {
+    // GSM 06.10 decodes two frames whatever the count says: stale ones, if it were asked to at the end.
+    const StreamPtr stream = new_stream(gsm0610, mode_decode);
+    BlockSource source(stream, {counting_bytes(65)});
+    EXPECT_EQ(read_from(*stream, 10000).size(), 640u);
+    EXPECT_EQ(read_from(*stream, 10000).size(), 0u);
+    EXPECT_EQ(stream->bytes_left, 0);
+}
