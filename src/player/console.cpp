@@ -2,58 +2,95 @@
 #include "player/console.h"
 
 #include <signal.h>
+#include <stdlib.h>
+#include <unistd.h>
 
-#include <cstddef>
+#include <algorithm>
 #include <iterator>
 
 #include "link/keyboard.h"
+#include "riff/riff_rescue.h"
 
 namespace {
 
-// The last two: `ulimit` bounds the processor time or the size of a file.
-constexpr int guarded_signals[] = {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM, SIGXCPU, SIGXFSZ};
+// By default these do not end the program, or they cannot be caught.
+constexpr int unguarded_signals[] = {SIGKILL, SIGSTOP, SIGCHLD, SIGCONT, SIGTSTP, SIGTTIN, SIGTTOU, SIGURG, SIGWINCH};
 
-struct sigaction dispositions_before[std::size(guarded_signals)];
+constexpr std::size_t signal_stack_bytes = 1 << 16;  // for a handler after a stack overflow
 
-// Only async-signal-safe calls: the terminal is put back, then the signal takes its former effect. It is blocked while
-// this runs, so the one raised here comes on return.
-void put_back_and_die(int signal) {
+pid_t guarded_process;  // 0 before the first guard
+
+bool in_forked_child() {
+    return getpid() != guarded_process;
+}
+
+// A background process that changes its terminal would be stopped. Only calls that are safe in a signal handler.
+void put_terminal_back() {
+    sigset_t stop_on_output;
+    sigemptyset(&stop_on_output);
+    sigaddset(&stop_on_output, SIGTTOU);
+    sigprocmask(SIG_BLOCK, &stop_on_output, nullptr);
     kb_raw_off_in_signal();
-    for (std::size_t i = 0; i < std::size(guarded_signals); i++) {
-        if (guarded_signals[i] == signal) sigaction(signal, &dispositions_before[i], nullptr);
+}
+
+// The signal is blocked until the handler returns; the one that is raised here takes effect then.
+void rescue_and_die(int signal) {
+    if (!in_forked_child()) {
+        put_terminal_back();
+        riff_rescue_in_signal();
     }
+    struct sigaction default_action = {};
+    default_action.sa_handler = SIG_DFL;
+    sigaction(signal, &default_action, nullptr);
     raise(signal);
 }
 
-void guard_on() {
-    struct sigaction guard = {};
-    guard.sa_handler = put_back_and_die;
-    sigemptyset(&guard.sa_mask);
-    sigaddset(&guard.sa_mask, SIGTTOU);  // a background process may put its terminal back too
-    for (const int signal : guarded_signals) sigaddset(&guard.sa_mask, signal);
-
-    for (std::size_t i = 0; i < std::size(guarded_signals); i++) {
-        sigaction(guarded_signals[i], nullptr, &dispositions_before[i]);
-        if (dispositions_before[i].sa_handler == SIG_IGN) continue;
-        sigaction(guarded_signals[i], &guard, nullptr);
-    }
+void rescue_at_exit() {
+    if (in_forked_child()) return;
+    put_terminal_back();
+    riff_rescue_at_exit();
 }
 
-void guard_off() {
-    for (std::size_t i = 0; i < std::size(guarded_signals); i++) {
-        sigaction(guarded_signals[i], &dispositions_before[i], nullptr);
-    }
+bool would_end_the_program(int signal) {
+    if (std::ranges::find(unguarded_signals, signal) != std::end(unguarded_signals)) return false;
+    struct sigaction present = {};
+    return sigaction(signal, nullptr, &present) == 0 && present.sa_handler == SIG_DFL;
+}
+
+// Somebody else's stack for handlers stays.
+void provide_signal_stack() {
+    static char memory[signal_stack_bytes];
+    stack_t present = {};
+    if (sigaltstack(nullptr, &present) < 0 || (present.ss_flags & SS_DISABLE) == 0) return;
+    const stack_t ours = {.ss_sp = memory, .ss_flags = 0, .ss_size = sizeof memory};
+    sigaltstack(&ours, nullptr);
+}
+
+void guard_exit() {
+    static bool registered = false;
+    if (!registered) registered = atexit(rescue_at_exit) == 0;
 }
 
 }  // namespace
 
-// The rescue stands before there is anything to rescue, and until it is done.
+void console_guard() {
+    guarded_process = getpid();
+    guard_exit();
+    provide_signal_stack();
+
+    struct sigaction guard = {};
+    guard.sa_handler = rescue_and_die;
+    guard.sa_flags = SA_ONSTACK;
+    sigfillset(&guard.sa_mask);
+    for (int signal = 1; signal <= SIGRTMAX; signal++) {
+        if (would_end_the_program(signal)) sigaction(signal, &guard, nullptr);
+    }
+}
+
 void console_enter() {
-    guard_on();
     kb_raw_on();
 }
 
 void console_leave() {
     kb_raw_off();
-    guard_off();
 }

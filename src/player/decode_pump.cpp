@@ -165,6 +165,7 @@ int decode_file(Player& player, const char* path) {
     static VoiceRecording recording;  // 64 KB, for one file at a time
     const Sink& sink = player.settings.write_mode ? convert_sink : play_sink;
 
+    console_guard();
     std::printf("%sing file '%s'", sink.verb, path);
     if (voice_recording_open(recording, path) < 0) return -1;
     if (sink.start(player, path) < 0) {

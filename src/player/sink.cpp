@@ -8,9 +8,12 @@
 
 #include "riff/fourcc.h"
 #include "riff/riff_file.h"
+#include "riff/riff_rescue.h"
 #include "riff/wave_format.h"
 
 namespace {
+
+constexpr std::uint32_t wave_form = fourcc("WAVE");
 
 // Convert mode: the file that is being written, null between files.
 RiffFile* wave_file = nullptr;
@@ -21,7 +24,10 @@ int block_ready = 0;  // 1 while waiting_block holds a block that was not pulled
 
 // The codec stream's output callback.
 int write_to_riff(void* riff, std::uint8_t* bytes, int count) {
-    return riff_write_data(static_cast<RiffFile*>(riff), bytes, count);
+    auto* file = static_cast<RiffFile*>(riff);
+    const int result = riff_write_data(file, bytes, count);
+    riff_rescue_note(*file);
+    return result;
 }
 
 WaveFormat output_format(const Player& player) {
@@ -40,15 +46,27 @@ void create_or_truncate(const char* path) {
 }
 
 // A WAVE file with its "fmt " chunk, or null.
-RiffFile* create_wave_file(const Player& player, const char* path) {
+RiffFile* open_wave_file(const char* path, WaveFormat format) {
     create_or_truncate(path);
-    WaveFormat format = output_format(player);
-    RiffFile* riff = riff_open(path, fourcc("WAVE"));
+    RiffFile* riff = riff_open(path, wave_form);
     if (riff == nullptr) return nullptr;
     if (riff_write_format(riff, &format) < 0) {
         std::printf("I/O ERR: ");
         riff_close(riff);
         return nullptr;
+    }
+    return riff;
+}
+
+// The same, under rescue from before it is there until it is closed.
+RiffFile* create_wave_file(const Player& player, const char* path) {
+    const WaveFormat format = output_format(player);
+    riff_rescue_begin(path, wave_form, format);
+    RiffFile* riff = open_wave_file(path, format);
+    if (riff == nullptr) {
+        riff_rescue_end();
+    } else {
+        riff_rescue_attach(*riff);
     }
     return riff;
 }
@@ -84,6 +102,7 @@ void convert_stop(Player& player) {
     std::fprintf(stderr, "> Closing RIFF.\n");
     connect(*player.stream, nullptr, nullptr);
     riff_close(wave_file);
+    riff_rescue_end();
     wave_file = nullptr;
     std::fprintf(stderr, "> RIFF closed.\n");
 }

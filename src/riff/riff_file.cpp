@@ -51,9 +51,9 @@ void patch_size(RiffFile* file, std::int64_t position, std::uint64_t size) {
 // leave a header of size 0 behind, and only the newest is patched.
 int write_data_header_if_empty(RiffFile* file) {
     if (file->data_count != 0) return 0;
-    // Where the place cannot be told there is nothing to patch, or the size would go over the outer header.
-    const std::int64_t position = std::ftell(file->stream);
-    file->data_patch_position = position < 0 ? 0 : position + std::int64_t{int_bytes};
+    // Kept: where the position cannot be told (-1), the place is 3. Such a file cannot be sought in either, so that the
+    // size goes behind its last byte at close, as the outer size does.
+    file->data_patch_position = std::ftell(file->stream) + std::int64_t{int_bytes};
     const ChunkHeader header = {fourcc("data"), 0};
     return riff_write_chunk(file, &header);
 }

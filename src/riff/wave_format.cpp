@@ -16,11 +16,6 @@ namespace {
 constexpr std::size_t linear_pcm_body_bytes = 16;  // ends before extra_bytes
 constexpr std::size_t dump_columns = 16;
 
-std::size_t body_bytes(const WaveFormat& format) {
-    if (format.format_tag == linear_pcm_tag) return linear_pcm_body_bytes;
-    return sizeof(WaveFormat) + format.extra_bytes;
-}
-
 // Linear PCM is served by the first row alone; the search begins behind it. Null when no row has the tag.
 const char* known_format_name(int tag) {
     if (codec_table[0].name == nullptr) return nullptr;
@@ -54,13 +49,22 @@ void dump_line(const std::uint8_t* bytes, std::size_t offset, std::size_t count)
 
 }  // namespace
 
+std::size_t wave_format_bytes(const WaveFormat& format) {
+    if (format.format_tag == linear_pcm_tag) return linear_pcm_body_bytes;
+    return sizeof(WaveFormat) + format.extra_bytes;
+}
+
+void wave_format_complete(WaveFormat* format) {
+    format->block_align = static_cast<std::uint16_t>((std::uint32_t{format->channels} * format->bits_per_sample) >> 3);
+    format->byte_rate = format->block_align * format->sample_rate;
+}
+
 int riff_write_format(RiffFile* file, WaveFormat* format) {
-    const std::size_t length = body_bytes(*format);
+    const std::size_t length = wave_format_bytes(*format);
     const ChunkHeader header = {fourcc("fmt "), length};
     if (riff_write_chunk(file, &header) < 0) return -1;
 
-    format->block_align = static_cast<std::uint16_t>((std::uint32_t{format->channels} * format->bits_per_sample) >> 3);
-    format->byte_rate = format->block_align * format->sample_rate;
+    wave_format_complete(format);
     if (std::fwrite(format, 1, length, file->stream) < length) return -1;
     file->chunk.size += length;
     return 0;

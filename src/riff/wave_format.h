@@ -20,9 +20,15 @@ struct [[gnu::packed]] WaveFormat {
 
 static_assert(sizeof(WaveFormat) == 18);
 
-// Writes the "fmt " chunk; fills in the caller's `block_align` (channels times bits, divided by 8 and rounded down)
-// and `byte_rate` (block_align times sample_rate). The body is 16 bytes for format tag 1, whatever extra_bytes says,
-// and 18 + extra_bytes bytes for any other tag: the caller owes that many at `format`.
+// The bytes of the "fmt " body: 16 for format tag 1, whatever extra_bytes says, 18 + extra_bytes for any other tag.
+std::size_t wave_format_bytes(const WaveFormat& format);
+
+// Fills in `block_align` (channels times bits, divided by 8 and rounded down) and `byte_rate` (block_align times
+// sample_rate).
+void wave_format_complete(WaveFormat* format);
+
+// Writes the "fmt " chunk, whose format it completes when its header is written (wave_format_complete). The caller owes
+// wave_format_bytes at `format`.
 // Returns 0; -1 after riff_write_chunk's message, `format` untouched, or without one when the body was cut short.
 int riff_write_format(RiffFile* file, WaveFormat* format);
 

@@ -132,6 +132,38 @@ TEST(ConvertSink, BlocksReachTheFileThroughTheCodecStream) {
     EXPECT_EQ(Bytes(file.begin() + 44, file.end()), Bytes(1024, 0x21));
 }
 
+TEST(ConvertSink, FormatInTheFileIsThatOfTheStreamsOutput) {
+    const TempDir dir;
+    Player player;
+    const StreamOwner owner{player};
+    output_of([&] {
+        ASSERT_EQ(player_start_codec(player), 0);
+        player.stream->output_format = {.channels = 2, .bits_per_sample = 24, .sample_rate = 44100};
+        ASSERT_EQ(convert_sink.start(player, (dir / "rec.ambe").c_str()), 0);
+        convert_sink.stop(player);
+    });
+    const Bytes file = read_file(dir / "rec.wav");
+    ASSERT_EQ(file.size(), 36u);
+    // 44100 is 0xAC44; 6 bytes a frame make 264600, 0x040998, bytes a second.
+    EXPECT_EQ(Bytes(file.begin() + 20, file.end()),
+              bytes({1, 0, 2, 0, 0x44, 0xAC, 0, 0, 0x98, 0x09, 0x04, 0, 6, 0, 24, 0}));
+}
+
+TEST(ConvertSink, CodecCallbackReturnsTheBytesThatWereWritten) {
+    const TempDir dir;
+    Player player;
+    const StreamOwner owner{player};
+    Bytes data = bytes({1, 2, 3, 4, 5});
+    output_of([&] {
+        ASSERT_EQ(player_start_codec(player), 0);
+        ASSERT_EQ(convert_sink.start(player, (dir / "rec.ambe").c_str()), 0);
+        EXPECT_EQ(player.stream->io(player.stream->io_context, data.data(), 5), 5);
+        EXPECT_EQ(player.stream->io(player.stream->io_context, data.data(), 0), 0);
+        convert_sink.stop(player);
+    });
+    EXPECT_EQ(read_file(dir / "rec.wav").size(), 44u + 5u);
+}
+
 TEST(PlaySink, StopIsAnnouncedOnStandardError) {
     Player player;
     const Output output = output_of([&] { play_sink.stop(player); });

@@ -16,6 +16,23 @@
 
 namespace {
 
+int flushes = 0;  // of streams that are no console
+
+}  // namespace
+
+extern "C" {
+
+int __real_fflush(std::FILE* stream);
+
+int __wrap_fflush(std::FILE* stream) {
+    if (stream != nullptr && stream != stdout && stream != stderr) flushes++;
+    return __real_fflush(stream);
+}
+
+}  // extern "C"
+
+namespace {
+
 constexpr std::size_t outer_header_bytes = 12;
 
 Bytes outer_header(unsigned size) {
@@ -243,14 +260,54 @@ TEST_F(RiffFaults, CloseOfAFileOpenedForReadingPatchesNothingEvenWhereItCould) {
     EXPECT_EQ(medium.content, before);
 }
 
-TEST_F(RiffFaults, DataSizeWhosePlaceIsNotToldStaysZeroAndGoesOverNothing) {
+// The outer size, 25, stands at 4 and the data size, 5, goes over three of its bytes.
+TEST_F(RiffFaults, DataSizeWhosePlaceIsNotToldGoesToOffset3) {
     RiffFile* file = written_to(1000);
     const Bytes data(5, 1);
     medium.seeks_fail = true;
     riff_write_data(file, data.data(), 5);
     medium.seeks_fail = false;
     riff_close(file);
-    EXPECT_EQ(medium.content, outer_header(25) + data_head(0) + data);
+    EXPECT_EQ(medium.content, bytes_of("RIF") + low_first_4(5) + zeros(1) + bytes_of("WAVE") + data_head(0) + data);
+}
+
+TEST_F(RiffFaults, BothSizesGoBehindTheLastByteWhereNothingCanBeSought) {
+    medium.seeks_fail = true;
+    RiffFile* file = written_to(1000);
+    const Bytes data(5, 1);
+    riff_write_data(file, data.data(), 5);
+    riff_close(file);
+    EXPECT_EQ(medium.content, outer_header(4) + data_head(0) + data + low_first_4(25) + low_first_4(5));
+}
+
+TEST_F(RiffFaults, ReadErrorInsideADataBodyGivesNoBytesAndIsNoFailure) {
+    medium.content = outer_header(4) + chunk("data", bytes({1, 2, 3, 4, 5, 6, 7, 8, 9}));
+    RiffFile* file = open_over(medium, 0, &output);
+    ASSERT_NE(file, nullptr);
+    std::uint8_t buffer[4] = {};
+    EXPECT_EQ(riff_read_data(file, buffer, 4), 4);
+    medium.reads_fail = true;
+    EXPECT_EQ(riff_read_data(file, buffer, 4), 0);
+    EXPECT_EQ(file->data_left, 5u);
+    riff_close(file);
+}
+
+TEST_F(RiffFaults, DataIsFlushedOnceACallAndNotAfterAHeaderThatFailed) {
+    RiffFile* file = written_to(outer_header_bytes + 8 + 3);
+    const Bytes data(5, 1);
+    flushes = 0;
+    EXPECT_EQ(riff_write_data(file, data.data(), 3), 3);
+    EXPECT_EQ(flushes, 1);
+    riff_write_data(file, data.data(), 0);
+    EXPECT_EQ(flushes, 2);
+    riff_close(file);
+
+    medium = {};
+    file = written_to(outer_header_bytes + 7);
+    flushes = 0;
+    output = output_of([&] { EXPECT_EQ(riff_write_data(file, data.data(), 5), -1); });
+    EXPECT_EQ(flushes, 0);
+    riff_close(file);
 }
 
 // Writes 1 to 3 are the outer header, 4 to 6 the format, 7 and 8 the data header, then the pieces and the two sizes.
