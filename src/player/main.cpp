@@ -9,13 +9,14 @@
 namespace {
 
 constexpr int status_ok = 0;
+constexpr int status_no_streams = 1;
 constexpr int status_no_vocoder = 1;
 constexpr int status_no_set_up = 255;
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    open_missing_standard_streams();
+    if (open_missing_standard_streams() < 0) return status_no_streams;
     Player player;
     settings_read_environment(player.settings);
     int operand = settings_read_options(player.settings, argc, argv);

@@ -18,11 +18,12 @@ constexpr PcmFormat decoded_format = {.channels = 1, .bits_per_sample = 16, .sam
 
 }  // namespace
 
-void open_missing_standard_streams() {
+int open_missing_standard_streams() {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; descriptor++) {
         // open takes the lowest free descriptor, which is this one: those below are open by now.
-        if (fcntl(descriptor, F_GETFD) < 0) open("/dev/null", O_RDWR);
+        if (fcntl(descriptor, F_GETFD) < 0 && open("/dev/null", O_RDWR) < 0) return -1;
     }
+    return 0;
 }
 
 void print_banner() {

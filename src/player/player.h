@@ -13,8 +13,8 @@ struct Player {
 };
 
 // Opens /dev/null on each of the descriptors 0, 1 and 2 that the program was started without, so that no recording and
-// no WAVE file is taken for the console.
-void open_missing_standard_streams();
+// no WAVE file is taken for the console. Returns 0; -1, without a word, when one of them cannot be had.
+int open_missing_standard_streams();
 
 // Two lines on standard output: title and version, then whose program it is.
 void print_banner();

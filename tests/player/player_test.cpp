@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <string>
@@ -92,4 +95,27 @@ TEST(StartAudio, DeviceByteIsTheNumberModulo256) {
     const AudioStart start(300);
     EXPECT_EQ(start.result, 0);
     EXPECT_EQ(start.player.audio->device, 44);
+}
+
+namespace {
+
+// What comes of it in a process that has standard streams open or not, and may open no file at all.
+int status_without_files(bool input_is_open) {
+    const pid_t child = fork();
+    if (child == 0) {
+        if (!input_is_open) close(STDIN_FILENO);
+        const rlimit none = {0, 0};
+        setrlimit(RLIMIT_NOFILE, &none);
+        _exit(open_missing_standard_streams() < 0 ? 1 : 0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WEXITSTATUS(status);
+}
+
+}  // namespace
+
+TEST(StandardStreams, MissingOneThatCannotBeOpenedIsAFailure) {
+    EXPECT_EQ(status_without_files(true), 0);
+    EXPECT_EQ(status_without_files(false), 1);
 }
