@@ -183,11 +183,34 @@ TEST(StandardInputKinds, ClosedInputLetsTheRunGoOn) {
     EXPECT_EQ(outcome.status, 0);
 }
 
+// With both closed and nothing in their place, the recording would be descriptor 1 and the WAVE file descriptor 2.
 TEST(StandardInputKinds, ClosedOutputWritesNothingIntoTheWaveFile) {
-    ThreeFrames scenario;
-    scenario.output_closed = true;
-    scenario.run();
-    EXPECT_EQ(scenario.file("rec.wav"), pcm_file({}));
+    for (const bool output_closed : {false, true}) {
+        ThreeFrames scenario;
+        scenario.output_closed = output_closed;
+        scenario.error_closed = true;
+        scenario.run();
+        EXPECT_EQ(scenario.file("rec.wav"), pcm_file({}));
+    }
 }
+
+#ifdef NO_NULL_DEVICE
+TEST(StandardInputKinds, MissingStreamThatCannotBeReplacedEndsTheProgramBeforeAnythingIsOpened) {
+    ThreeFrames scenario;
+    scenario.environment = {
+        {"LD_PRELOAD", NO_NULL_DEVICE}
+    };
+    EXPECT_EQ(scenario.run().status, 0);
+    ASSERT_EQ(unlink((scenario / "rec.wav").c_str()), 0);
+    ASSERT_EQ(unlink((scenario / ".calls").c_str()), 0);
+
+    scenario.input = closed_input();
+    const Outcome outcome = scenario.run();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out + outcome.err, "");
+    EXPECT_THAT(outcome.calls, testing::IsEmpty());
+    EXPECT_FALSE(scenario.has_file("rec.wav"));
+}
+#endif
 
 }  // namespace

@@ -47,6 +47,7 @@ ProgramCall Scenario::call() const {
     call.input = input;
     call.output_path = output_path;
     call.output_closed = output_closed;
+    call.error_closed = error_closed;
     call.ignored_signals = ignored_signals;
     return call;
 }

@@ -32,6 +32,7 @@ struct Scenario {
     ProgramInput input;
     std::string output_path;
     bool output_closed = false;
+    bool error_closed = false;
     std::vector<int> ignored_signals;
     std::string dongle_directory = SCRIPTED_DONGLE_DIR;
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Ends that nobody asked the program for: signals, a reader that goes away, SIGKILL.
+// Ends that nobody asked the program for: signals, a library that gives up, a reader that goes away, SIGKILL.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <signal.h>
@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "program/scenario.h"
+#include "program/signal_list.h"
 #include "support/pty.h"
 #include "support/wave.h"
 
@@ -23,6 +24,7 @@ class AbnormalEnd : public testing::Test {
     AbnormalEnd() {
         scenario.input = terminal_input(terminal.path());
         scenario.blocks = test_blocks(7);
+        scenario.environment = without_the_sanitizers_handlers;
     }
 
     ProgramResult run_until_signal(int signal) {
@@ -43,7 +45,7 @@ class AbnormalEnd : public testing::Test {
 };
 
 TEST_F(AbnormalEnd, SignalPutsTheTerminalBackAndEndsTheProgramByThatSignal) {
-    for (const int signal : {SIGTERM, SIGHUP, SIGINT, SIGQUIT, SIGXCPU, SIGXFSZ}) {
+    for (const int signal : fatal_signals()) {
         const ProgramResult result = run_until_signal(signal);
         EXPECT_EQ(result.signal, signal);
         EXPECT_EQ(result.status, -1);
@@ -77,11 +79,31 @@ TEST_F(AbnormalEnd, SignalInTheBackgroundPutsTheTerminalBackToo) {
     expect_terminal_as_before();
 }
 
-TEST_F(AbnormalEnd, SignalLeavesTheWaveFileAsAPrefix) {
+TEST_F(AbnormalEnd, SignalLeavesAWholeWaveFileUpToTheLastBlock) {
+    for (const int signal : {SIGTERM, SIGHUP, SIGSEGV, SIGABRT, SIGUSR1}) {
+        run_until_signal(signal);
+        EXPECT_EQ(scenario.file("rec.wav"), pcm_file(first_bytes(scenario.blocks, 2048))) << signal;
+    }
+}
+
+TEST_F(AbnormalEnd, SignalBeforeTheFirstBlockLeavesAWholeWaveFileWithoutData) {
+    scenario.script = "recv 48 5\ntouch waiting\nawait go\n";
     run_until_signal(SIGTERM);
-    const Bytes wave = scenario.file("rec.wav");
-    ASSERT_EQ(wave.size(), 44U + 2048U);
-    EXPECT_EQ(from_byte(wave, 44), first_bytes(scenario.blocks, 2048));
+    EXPECT_EQ(scenario.file("rec.wav"), pcm_file({}));
+}
+
+TEST_F(AbnormalEnd, LibraryThatEndsTheProgramLeavesTerminalAndWaveFileWhole) {
+    for (const auto& [step, status, signal] : {std::tuple("exit 3\n", 3, 0), std::tuple("abort\n", -1, SIGABRT)}) {
+        for (const auto& [received, data] :
+             {std::pair("recv 320 4 7\n", std::size_t{2048}), std::pair("", std::size_t{0})}) {
+            scenario.script = std::string("recv 48 5\n") + received + step + "recv 0 0\n";
+            const ProgramResult result = run_program(scenario.call());
+            EXPECT_EQ(result.status, status) << step;
+            EXPECT_EQ(result.signal, signal) << step;
+            expect_terminal_as_before();
+            EXPECT_EQ(scenario.file("rec.wav"), pcm_file(first_bytes(scenario.blocks, data))) << step << received;
+        }
+    }
 }
 
 TEST_F(AbnormalEnd, IgnoredSignalStaysIgnored) {

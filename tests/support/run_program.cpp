@@ -136,6 +136,7 @@ RunningProgram::RunningProgram(const ProgramCall& call)
         dup2(call.error_joins_output ? STDOUT_FILENO : err_, STDERR_FILENO);
         install_input(call.input, pipe.reading);
         if (call.output_closed) close(STDOUT_FILENO);
+        if (call.error_closed) close(STDERR_FILENO);
         execve(call.path.c_str(), arguments.data(), environment.data());
         _exit(status_cannot_start);
     }

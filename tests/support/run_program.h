@@ -33,6 +33,7 @@ struct ProgramCall {
     ProgramInput input;
     std::string output_path;  // standard output, else it is collected
     bool output_closed = false;
+    bool error_closed = false;
     bool error_joins_output = false;  // standard error goes where standard output goes
     std::vector<int> ignored_signals;
 };

@@ -7,10 +7,14 @@
 //   rest <length> <type>             all receives after the last step (default: -1)
 //   init <result>                    what dongle_init returns (default: 0)
 //   count_descriptors                dongle_init and dongle_close also log how many descriptors are open
+//   count_memory                     dongle_close also logs the most memory that the process held at once
 //   speak                            start, stop and greeting also print "[name]" to standard output and error
 //   touch <file>                     creates a file: the test waits for it
 //   await <file>                     waits for a file: the test creates it
 //   kill <signal>                    the process sends it to itself
+//   exit <status>                    the library ends the process
+//   abort                            the library gives the process up
+//   again                            goes on with the first step
 //   background                       another process group takes the terminal at standard input
 //
 // A receive of 320 bytes of type 4 takes the next 320 bytes of the file that QUAVER_TEST_BLOCKS names, zeros after its
@@ -46,6 +50,7 @@ struct Script {
     int init_result = 0;
     bool speaks = false;
     bool counts_descriptors = false;
+    bool counts_memory = false;
     std::string blocks;
     std::size_t block_position = 0;
 };
@@ -78,6 +83,8 @@ Script load_script() {
             script.speaks = true;
         else if (words[0] == "count_descriptors")
             script.counts_descriptors = true;
+        else if (words[0] == "count_memory")
+            script.counts_memory = true;
         else
             script.steps.push_back(words);
     }
@@ -124,6 +131,8 @@ void perform(const Words& words) {
         kill(getpid(), number(words.at(1)));
     else if (verb == "background")
         go_to_background();
+    else if (verb == "exit")
+        exit(number(words.at(1)));
     else
         abort();
 }
@@ -133,6 +142,10 @@ Words next_receive() {
     Script& played = script();
     while (played.next_step < played.steps.size()) {
         const Words& words = played.steps[played.next_step];
+        if (words[0] == "again") {
+            played.next_step = 0;
+            continue;
+        }
         if (words[0] != "recv") {
             played.next_step++;
             perform(words);
@@ -177,6 +190,15 @@ void log_descriptors() {
         if (fcntl(descriptor, F_GETFD) >= 0) open_descriptors++;
     }
     log_call("%d descriptors", open_descriptors);
+}
+
+// As "VmHWM: 3456 kB".
+void log_peak_memory() {
+    if (!script().counts_memory) return;
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.compare(0, 6, "VmHWM:") == 0) log_call("%s", line.c_str());
+    }
 }
 
 // The program's 48-byte packet, as ambe_init or ambe_send left it: the program itself must not touch it.
@@ -243,6 +265,7 @@ void dongle_close(int mode) {
     speak("dongle_close");
     log_call("dongle_close(%d)", mode);
     log_descriptors();
+    log_peak_memory();
 }
 
 void ambe_init(unsigned char* packet, int mode) {
