@@ -85,11 +85,13 @@ TEST_P(ToneTest, BeginsAtPhaseZeroAndFadesInAndOut) {
     Samples samples(2 * frame_samples);
     next(tone, &frame, block_at(samples, 0));
     next(tone, nullptr, block_at(samples, frame_samples));
-    EXPECT_EQ(samples[0], 0.0F);
-    // The first cycle of eight samples grows with the fade of 16; from there on the sine is whole.
-    EXPECT_NEAR(samples[2], 6650.0 * 2 / 16, 20);
-    EXPECT_NEAR(samples[18], 6650, 20);
-    EXPECT_NEAR(samples[160 + 2], 6650.0 * 14 / 16, 20);
+    // Two cycles of eight samples grow with the fade of 16, and two fall with it at the end; between, the sine is whole.
+    const double peak = std::exp2(232 / 16.934 - 1);
+    for (int n = 0; n < frame_samples; n++) {
+        const double sine = peak * std::sin(2 * M_PI * n / 8);
+        ASSERT_NEAR(samples[n], sine * std::min(n / 16.0, 1.0), 0.02) << n;
+        ASSERT_NEAR(samples[160 + n], sine * std::max(1 - n / 16.0, 0.0), 0.02) << n;
+    }
     for (int n = 16; n < frame_samples; n++) ASSERT_EQ(samples[160 + n], 0.0F) << n;
 
     next(tone, nullptr, block_at(samples, 0));
