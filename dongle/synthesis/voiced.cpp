@@ -13,7 +13,7 @@
 namespace DECODER_VERSION {
 namespace {
 
-constexpr int curved_harmonics = 7;        // of smooth harmonics these follow the pitch along a parabola
+constexpr int curved_harmonics = 7;        // of smooth harmonics these follow the pitch along a parabola, others a line
 constexpr std::uint32_t smooth_share = 5;  // harmonics are smooth while the pitch changes by less than a fifth
 constexpr int blocks = frame_samples / lane_count;
 constexpr int overlap_blocks = 14;  // 112 samples, of which the window lets 105 through

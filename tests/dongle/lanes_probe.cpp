@@ -14,6 +14,7 @@ const LanesProbe lanes_probe = {
     [](const EightWords& phase, EightFloats& result) { store(result, cosine(load(phase))); },
     [](const EightWords& phase, EightFloats& result) { store(result, sine(load(phase))); },
     [](const EightFloats& x, EightFloats& result) { store(result, power_of_two(load(x))); },
+    [](const EightFloats& x, EightFloats& result) { store(result, log2(load(x))); },
     [](const EightFloats& x, EightFloats& result) { store(result, sqrt(load(x))); },
     [](const EightFloats& a, const EightFloats& b, EightFloats& result) { store(result, min(load(a), load(b))); },
     [](const EightFloats& a, const EightFloats& b, EightFloats& result) { store(result, max(load(a), load(b))); },
@@ -24,6 +25,13 @@ const LanesProbe lanes_probe = {
         store(result, shuffle<0, 2, 4, 6, 8, 10, 12, 14>(load(a), load(b)));
     },
     [](int first, int count, EightWords& result) { store(result, mask_below(first, count)); },
+    [](EightFloats (&rows)[8]) {
+        Floats lanes[lane_count];
+        for (int i = 0; i < lane_count; i++) lanes[i] = load(rows[i]);
+        transpose(lanes);
+        for (int i = 0; i < lane_count; i++) store(rows[i], lanes[i]);
+    },
+    [](const EightWords& x, EightShorts& result) { store(result, load(x)); },
     [](const EightFloats& x) { return sum(load(x)); },
 };
 

@@ -2,6 +2,7 @@
 // The functions over eight numbers, in every version. Each call gives all eight lanes numbers of their own.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "dongle/lanes_probe.h"
@@ -74,6 +75,44 @@ TEST_P(Lanes, PowerOfTwo) {
 TEST_P(Lanes, PowerOfTwoStaysFiniteOutsideItsRange) {
     EXPECT_EQ(power_of(1e9F), 0x1p126F);
     EXPECT_EQ(power_of(-1e9F), 0x1p-126F);
+}
+
+TEST_P(Lanes, LogarithmIsThatOfEveryOrdinaryNumber) {
+    for (float x = 1e-37F; x < 1e37F; x *= 1.0137F) {
+        EightFloats numbers;
+        EightFloats logarithms;
+        for (int lane = 0; lane < 8; lane++) numbers[lane] = x * (1 + 0.3F * static_cast<float>(lane));
+        version().log2(numbers, logarithms);
+        for (int lane = 0; lane < 8; lane++) {
+            const double expected = std::log2(static_cast<double>(numbers[lane]));
+            ASSERT_NEAR(logarithms[lane], expected, 2e-7 * std::max(1.0, std::fabs(expected))) << numbers[lane];
+        }
+    }
+}
+
+TEST_P(Lanes, LogarithmsOfPowersOfTwoAreExact) {
+    const EightFloats powers = {1, 2, 4, 0.5F, 0x1p-100F, 0x1p100F, 1024, 0.125F};
+    const float expected[] = {0, 1, 2, -1, -100, 100, 10, -3};
+    EightFloats logarithms;
+    version().log2(powers, logarithms);
+    for (int lane = 0; lane < 8; lane++) EXPECT_EQ(logarithms[lane], expected[lane]) << lane;
+}
+
+TEST_P(Lanes, TransposedRowsAreColumns) {
+    EightFloats rows[8];
+    for (int i = 0; i < 8; i++)
+        for (int j = 0; j < 8; j++) rows[i][j] = static_cast<float>(10 * i + j);
+    version().transpose(rows);
+    for (int i = 0; i < 8; i++)
+        for (int j = 0; j < 8; j++) EXPECT_EQ(rows[i][j], static_cast<float>(10 * j + i)) << i << " " << j;
+}
+
+TEST_P(Lanes, ShortsAreTheLowerHalvesOfTheWords) {
+    const EightWords words = {0, 1, 0xFFFFFFFF, 32767, 0xFFFF8001, 0x00018000, 0x12345678, 0xABCD0002};
+    const int expected[] = {0, 1, -1, 32767, -32767, -32768, 0x5678, 2};
+    EightShorts shorts;
+    version().shorts(words, shorts);
+    for (int lane = 0; lane < 8; lane++) EXPECT_EQ(shorts[lane], expected[lane]) << lane;
 }
 
 TEST_P(Lanes, RootIsTheNearestNumber) {
