@@ -111,6 +111,21 @@ run -o out -r "$report" tree
 expect_equal "-o through a link: results" "$(results | tr '\n' ,)" "ok,unwritable,"
 expect_equal "-o through a link: written there" "$(ls -A elsewhere)" ""
 
+# What is above a PATH is the user's: it may be a link. A PATH that is one is not followed.
+fresh raw.ambe=real/sub/a.ambe
+ln -s real alias
+run -r "$report" alias/sub
+expect_equal "below a link: results" "$(results)" ok
+expect_equal "below a link: files" "$(files)" "./real/sub/a.ambe ./real/sub/a.wav "
+run -r "$report" alias
+expect_equal "a link: counts" "$out" "1 recordings: 1 not a recording"
+rm alias
+mkdir store
+ln -s store alias
+run -o alias/new real
+cmp -s store/new/sub/a.wav "$kinds/raw.wav" || fail "-o below a link: not converted"
+rm alias
+
 # -f replaces: a file, a link (not what it leads to); never a directory.
 fresh raw.ambe=a.ambe raw.ambe=b.ambe raw.ambe=c.ambe
 echo "somebody's" >a.wav
