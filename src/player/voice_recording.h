@@ -31,7 +31,7 @@
 struct VoiceRecording {
     std::FILE* file;
     bool dvtool;
-    std::int64_t bytes_at_open;       // of the file; the largest number for what is no regular file
+    std::int64_t bytes_at_open;      // of the file; the largest number for what is no regular file
     std::int64_t position;           // bytes that were read of it
     std::uint32_t frames_after_end;  // frames of which nothing stood in the file when it was opened
     std::uint8_t buffer[0xFFFF];     // the largest record
