@@ -37,7 +37,7 @@ void put_identifier(std::uint8_t* place, std::uint32_t code) {
 
 bool write_at(int file, std::int64_t position, const std::uint8_t* bytes, std::size_t count) {
     const auto wanted = static_cast<ssize_t>(count);
-    return lseek(file, position, SEEK_SET) == position && write(file, bytes, count) == wanted;
+    return lseek(file, static_cast<off_t>(position), SEEK_SET) == position && write(file, bytes, count) == wanted;
 }
 
 void write_size(int file, std::int64_t position, std::int64_t size) {

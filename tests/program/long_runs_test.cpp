@@ -36,6 +36,7 @@ TEST(LongRuns, TenThousandRecordingsTakeNoMoreDescriptorsAndNoMoreMemoryThanATho
     EXPECT_EQ(all.status, 0);
     EXPECT_EQ(calls_starting_with(all.calls, "dongle_run(1)").size(), static_cast<std::size_t>(many_recordings));
     EXPECT_EQ(all.calls[2], all.calls[all.calls.size() - 2]);  // the open descriptors, at start-up and at the end
+    if (QUAVER_INSTRUMENTED) return;                           // the sanitizers keep what was freed
     EXPECT_LT(peak_kilobytes(all) - peak_kilobytes(thousand), most_growth_kilobytes);
 }
 

@@ -12,7 +12,7 @@
 #include <random>
 
 #include "program/scenario.h"
-#include "program/signal_list.h"
+#include "support/fatal_signals.h"
 #include "support/pty.h"
 
 namespace {

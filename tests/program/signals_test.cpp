@@ -7,7 +7,7 @@
 #include <unistd.h>
 
 #include "program/scenario.h"
-#include "program/signal_list.h"
+#include "support/fatal_signals.h"
 #include "support/pty.h"
 #include "support/wave.h"
 
