@@ -31,7 +31,10 @@ struct AudioStart {
         output_of([&] { player_start_codec(player); });
         output = output_of([&] { result = player_start_audio(player); });
     }
-    ~AudioStart() { audio_free(player.audio); }
+    // A device that is heard puts back the streams that it found, and those are of the capture.
+    ~AudioStart() {
+        output_of([&] { audio_free(player.audio); });
+    }
 };
 
 }  // namespace
