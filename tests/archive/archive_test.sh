@@ -215,6 +215,23 @@ with_stand_in -r "$report" .
 expect_equal "an output that appears meanwhile: result" "$(results)" 'in the way'
 expect_equal "an output that appears meanwhile" "$(cat a.wav)" mine
 
+# A batch that GNU parallel hands out again, as when a machine was lost: what the first worker found stands.
+fresh raw.ambe=a.ambe
+rm "$directory/stand_in/quaver"
+cat >"$directory/stand_in/parallel" <<'TOOL'
+#!/bin/bash
+[ "$1" != --version ] || { echo "GNU parallel"; exit; }
+while [ $# -gt 1 ]; do
+    [ "$1" != -a ] || mapfile -t pairs <"$2"
+    shift
+done
+eval "$1" '"${pairs[@]}"; ' "$1" '"${pairs[@]}"'
+TOOL
+chmod 755 "$directory/stand_in/parallel"
+with_stand_in -r "$report" .
+expect_equal "a batch twice: table" "$(tail -n +2 "$report" | cut -f 1-6)" $'ok\t6.656\t335\t0\t0\t0'
+rm "$directory/stand_in/parallel"
+
 # Ended in the middle: at once, with nothing left and the table settled.
 for signal in INT TERM HUP QUIT; do
     fresh raw.ambe=a.ambe raw.ambe=b.ambe raw.ambe=c.ambe
