@@ -3,10 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
 #include "player/stream_owner.h"
+#include "riff/riff_rescue.h"
 #include "support/capture.h"
 #include "support/temp_dir.h"
 
@@ -162,6 +164,22 @@ TEST(ConvertSink, CodecCallbackReturnsTheBytesThatWereWritten) {
         convert_sink.stop(player);
     });
     EXPECT_EQ(read_file(dir / "rec.wav").size(), 44u + 5u);
+}
+
+TEST(ConvertSink, FileThatIsClosedIsNoLongerRescued) {
+    const TempDir dir;
+    Player player;
+    const StreamOwner owner{player};
+    output_of([&] {
+        ASSERT_EQ(player_start_codec(player), 0);
+        ASSERT_EQ(convert_sink.start(player, (dir / "rec.ambe").c_str()), 0);
+        convert_sink.stop(player);
+        // Takes the descriptor that the WAVE file had.
+        std::FILE* other = std::fopen((dir / "other").c_str(), "wb+");
+        riff_rescue_in_signal();
+        std::fclose(other);
+    });
+    EXPECT_EQ(read_file(dir / "other"), Bytes{});
 }
 
 TEST(PlaySink, StopIsAnnouncedOnStandardError) {

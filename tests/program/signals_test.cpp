@@ -106,6 +106,12 @@ TEST_F(AbnormalEnd, LibraryThatEndsTheProgramLeavesTerminalAndWaveFileWhole) {
     }
 }
 
+TEST_F(AbnormalEnd, LibraryThatEndsTheProgramInTheBackgroundPutsTheTerminalBackToo) {
+    scenario.script = "recv 48 5\nbackground\nexit 3\nrecv 0 0\n";
+    EXPECT_EQ(run_program(scenario.call()).status, 3);
+    expect_terminal_as_before();
+}
+
 TEST_F(AbnormalEnd, IgnoredSignalStaysIgnored) {
     for (const int signal : {SIGHUP, SIGINT}) {
         scenario.ignored_signals = {signal};

@@ -146,6 +146,25 @@ TEST_F(RiffRescue, PipeIsNeitherWaitedForNorWritten) {
     ::close(reader);
 }
 
+TEST_F(RiffRescue, ExtraBytesAreNoPartOfTheHead) {
+    WaveFormat with_extra_bytes = alaw;
+    with_extra_bytes.extra_bytes = 4;
+    write_file(path, {});
+    riff_rescue_begin(path.c_str(), fourcc("WAVE"), with_extra_bytes);
+    riff_rescue_in_signal();
+    EXPECT_EQ(content(), alaw_head(38));
+}
+
+TEST_F(RiffRescue, PlaceThatCouldNotBeToldIsNoPlaceForTheDataSize) {
+    open();
+    write(block_a);
+    file->data_patch_position = 3;
+    riff_rescue_note(*file);
+    riff_rescue_in_signal();
+    EXPECT_EQ(content(), pcm_file(block_a));
+    riff_close(file);
+}
+
 TEST_F(RiffRescue, NothingIsRescuedAfterTheEnd) {
     open();
     write(block_a);
