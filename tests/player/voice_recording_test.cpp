@@ -163,7 +163,8 @@ TEST(VoiceRecording, RawFrameThatBeginsInTheFileAndEndsBeyondItsSizeIsOneOfTheFi
     voice_recording_close(recording);
 }
 
-// Nothing is sought in it: the first record is skipped byte by byte. It has no size, so that its frames are not counted.
+// Nothing is sought in it: the first record is skipped byte by byte. It has no size, so that its frames are not
+// counted.
 TEST(VoiceRecording, RecordingComesFromAPipeAsWell) {
     const TempDir dir;
     const std::string path = dir / "rec";

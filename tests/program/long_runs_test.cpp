@@ -40,8 +40,8 @@ TEST(LongRuns, TenThousandRecordingsTakeNoMoreDescriptorsAndNoMoreMemoryThanATho
     EXPECT_LT(peak_kilobytes(all) - peak_kilobytes(thousand), most_growth_kilobytes);
 }
 
-// The vocoder answers with silence, which the reader, once it has come to the WAVE file that it is converted onto, takes
-// for records of length 0: each of them a frame that makes more silence.
+// The vocoder answers with silence, which the reader, once it has come to the WAVE file that it is converted onto,
+// takes for records of length 0: each of them a frame that makes more silence.
 TEST(LongRuns, RecordingThatIsConvertedOntoItselfEnds) {
     for (const char* name : {"evil.wav", "evil"}) {
         Scenario scenario;
