@@ -24,7 +24,7 @@ namespace DECODER_VERSION {
 namespace {
 
 constexpr int lane_count = 8;
-constexpr int part_lanes = sizeof(FloatPart) / sizeof(float);
+constexpr int part_lanes = sizeof(FloatPart) / sizeof(float);  // NOLINT(bugprone-sizeof-expression): 1 in plain loops
 constexpr int part_count = lane_count / part_lanes;
 
 template <class Part>

@@ -7,9 +7,7 @@
 
 namespace DECODER_VERSION {
 
-extern const DecoderVersion decoder_version;
-
-const DecoderVersion decoder_version = {
+extern const DecoderVersion decoder_version = {
     QUOTED(DECODER_VERSION),
     ambe_model_decode,
     ambe_model_repeat_shape,
