@@ -31,7 +31,7 @@ AlsaDevice* device_of(const AudioControl& control) {
     return reinterpret_cast<AlsaDevice*>(control.buffer);
 }
 
-bool is_heard(const AlsaDevice* device) {
+bool is_open(const AlsaDevice* device) {
     return device != nullptr && device->pcm != nullptr;
 }
 
@@ -54,9 +54,9 @@ DeviceFailure open_quietly(AlsaDevice& device) {
     if (quiet_streams_open(device.quiet) < 0) return {"open", -errno};
 
     quiet_streams_begin(device.quiet);
-    // Read here once, the configuration is there for both processes; what is wrong with it the opening says.
+    // The configuration is read once, here, for both processes. An error in it shows when the device is opened.
     device.alsa->snd_config_update();
-    // Behind a plug-in stands a sound server, and one that hangs would hang the program with it.
+    // The child process opens the device first, because a sound server that hangs would hang the program as well.
     DeviceFailure failure = device_trial(open_for_trial, &device, open_timeout_ms);
     if (failure.error == 0) failure = alsa_open(device);
     quiet_streams_end(device.quiet);
@@ -65,7 +65,7 @@ DeviceFailure open_quietly(AlsaDevice& device) {
 
 // --- playing
 
-// From here on the run is as one with device 0.
+// Closes the device, so that the run goes on as with device 0, and reports why, with the streams turned back meanwhile.
 void give_up(AlsaDevice& device, const char* step, int error) {
     alsa_close(device);
     quiet_streams_end(device.quiet);
@@ -82,8 +82,9 @@ int resume(AlsaDevice& device) {
     return error;
 }
 
-// After a call that gave `error`: 0 when it may be made again, else why not. A card that was suspended is resumed; one
-// that ran short, or is in a state in which it takes nothing, is prepared.
+// Makes the device ready again after a call that failed with `error`. Returns 0 when that call may be repeated, else
+// the error that prevents it. A card that was suspended is resumed; one that ran short, or is in a state in which it
+// takes nothing, is prepared.
 int recover(AlsaDevice& device, int error) {
     switch (error) {
         case 0:
@@ -97,14 +98,14 @@ int recover(AlsaDevice& device, int error) {
     }
 }
 
-// Waits until the device says that it takes samples. 0, or why it never will.
+// Waits until the device takes samples. Returns 0, or the error because of which it does not.
 int wait_for_device(AlsaDevice& device) {
     const int result = device.alsa->snd_pcm_wait(device.pcm, patience_ms);
     if (result > 0) return 0;
     return result == 0 ? -ETIMEDOUT : recover(device, result);
 }
 
-// Writes every sample of the block once. 0, or why the device takes no more.
+// Writes every sample of the block once. Returns 0, or the error because of which the device takes no more.
 int write_block(AlsaDevice& device, const std::uint8_t* block) {
     const std::size_t frame_bytes = audio_block_bytes / device.block_frames;
     snd_pcm_uframes_t left = device.block_frames;
@@ -124,7 +125,7 @@ int write_block(AlsaDevice& device, const std::uint8_t* block) {
     return error;
 }
 
-// How many frames wait to be played, or the device's error.
+// Returns how many frames wait to be played, or the device's error.
 snd_pcm_sframes_t queued_frames(AlsaDevice& device) {
     const snd_pcm_sframes_t room = device.alsa->snd_pcm_avail(device.pcm);
     return room < 0 ? room : static_cast<snd_pcm_sframes_t>(device.buffer_frames) - room;
@@ -147,21 +148,22 @@ int wait_for_room(AlsaDevice& device) {
 
 // --- stopping
 
-// Waits until little is left of what is queued. 0, the device's error, or -ETIMEDOUT when it plays no further.
+// Waits until little is left of what is queued. Returns 0, the device's error, or -ETIMEDOUT when it stops playing.
 int wait_for_end(AlsaDevice& device) {
     const snd_pcm_sframes_t little = blocks_left_to_drain * static_cast<snd_pcm_sframes_t>(device.block_frames);
     snd_pcm_sframes_t queued = queued_frames(device);
-    for (int still = 0; queued > little && still < naps_of_patience;) {
+    for (int idle_naps = 0; queued > little && idle_naps < naps_of_patience;) {
         nap();
         const snd_pcm_sframes_t before = queued;
         queued = queued_frames(device);
-        still = queued < before ? 0 : still + 1;
+        idle_naps = queued < before ? 0 : idle_naps + 1;
     }
     if (queued < 0) return static_cast<int>(queued);
     return queued <= little ? 0 : -ETIMEDOUT;
 }
 
-// A drain alone would do, were it not for sound servers that never answer one.
+// Plays what is queued. A sound server that hangs never ends a drain, so the queue is watched until its last blocks,
+// and only these are left to the drain.
 int play_out(AlsaDevice& device) {
     const AlsaLibrary& alsa = *device.alsa;
     if (alsa.snd_pcm_state(device.pcm) == SND_PCM_STATE_PREPARED) {  // less than half a queue was written, or nothing
@@ -177,8 +179,8 @@ int play_out(AlsaDevice& device) {
     return drained;
 }
 
-// What a drain may give of a device that is there all the same: an underrun at the very end has played everything.
-bool is_passing(int error) {
+// Errors that a drain may end with although the device is well: an underrun at the very end has played everything.
+bool is_harmless_after_drain(int error) {
     return error == -EPIPE || error == -ESTRPIPE || error == -EBADFD || error == -EINTR || error == -EAGAIN;
 }
 
@@ -186,14 +188,14 @@ int stop_playing(AlsaDevice& device) {
     const int error = play_out(device);
     if (error >= 0) return 0;
     device.alsa->snd_pcm_drop(device.pcm);
-    return is_passing(error) ? device.alsa->snd_pcm_prepare(device.pcm) : error;
+    return is_harmless_after_drain(error) ? device.alsa->snd_pcm_prepare(device.pcm) : error;
 }
 
 }  // namespace
 
 void sound_format(AudioControl& control, int channels, long sample_rate, int bits_per_sample) {
     auto* device = static_cast<AlsaDevice*>(std::calloc(1, sizeof(AlsaDevice)));
-    if (device == nullptr) return;  // as a device that cannot be opened
+    if (device == nullptr) return;  // the device is silent, and sound_open says so
     std::free(control.buffer);
     control.buffer = reinterpret_cast<std::uint8_t*>(device);
 
@@ -227,17 +229,17 @@ void sound_open(AudioControl& control, bool verbose) {
 
 bool sound_start(AudioControl& control) {
     AlsaDevice* device = device_of(control);
-    if (!is_heard(device)) return false;
+    if (!is_open(device)) return false;
     quiet_streams_begin(device->quiet);
     const int error = device->alsa->snd_pcm_prepare(device->pcm);
     if (error < 0) give_up(*device, "prepare", error);
     quiet_streams_end(device->quiet);
-    return is_heard(device);
+    return is_open(device);
 }
 
 void sound_service(AudioControl& control) {
     AlsaDevice* device = device_of(control);
-    if (!is_heard(device)) return;
+    if (!is_open(device)) return;
     std::uint8_t block[audio_block_bytes];
     control.callback(control.callback_data, block);
 
@@ -250,7 +252,7 @@ void sound_service(AudioControl& control) {
 
 void sound_stop(AudioControl& control) {
     AlsaDevice* device = device_of(control);
-    if (!is_heard(device)) return;
+    if (!is_open(device)) return;
     quiet_streams_begin(device->quiet);
     const int error = stop_playing(*device);
     if (error < 0) give_up(*device, "drain", error);
@@ -259,6 +261,7 @@ void sound_stop(AudioControl& control) {
 
 void sound_close(AudioControl& control) {
     AlsaDevice* device = device_of(control);
+    // Without the descriptors that keep it quiet ALSA was not called.
     if (device == nullptr || device->alsa == nullptr || device->quiet.null_device < 0) return;
     quiet_streams_begin(device->quiet);
     if (device->pcm != nullptr) alsa_close(*device);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The devices that are heard: what the audio layer does for every device number but 0.
 //
-// One of two files is built: alsa_device.cpp, or no_sound_device.cpp where the program is built without sound.
+// One of two files is built: alsa_device.cpp, or built_without_sound.cpp where the program is built without sound.
 //
 // Failure: a device that cannot be opened, or that stops taking samples, falls silent for the rest of the run. The
 // caller goes on as with device 0 and learns of it only from the line that is printed when `verbose` was asked for:

@@ -23,7 +23,7 @@ const CodecEntry* find_row(std::uint32_t tag) {
     return nullptr;
 }
 
-// The most bytes that OBUFF holds. No codec hands on more than the larger of what it takes and what it fills.
+// The size that OBUFF gets: no codec hands on more than the larger of the bytes it takes and the bytes it fills.
 std::int16_t output_room(const CodecStream& stream) {
     return std::max(stream.ibuff_bytes, stream.obuff_bytes);
 }
@@ -44,19 +44,19 @@ int allocate_obuff(CodecStream& stream) {
     return -1;
 }
 
-// Kept: a private block that the codec has taken stays taken when a later step fails.
+// Kept: the private state that the codec's init has allocated is not freed when a later step fails.
 CodecStream* give_up(CodecStream* stream) {
     std::free(stream->ibuff);
     std::free(stream);
     return nullptr;
 }
 
-// An operation's result, cut to the 16-bit count that the record holds and to the bytes that OBUFF has.
+// Cuts an operation's result to the 16 bits of the record's count and to the size of OBUFF.
 std::int16_t output_bytes(const CodecStream& stream, std::uint32_t result) {
     return std::min(static_cast<std::int16_t>(result), output_room(stream));
 }
 
-// Codes the full IBUFF and hands the result on.
+// Encodes the full IBUFF, or takes it as it is when the codec passes bytes through, and hands the result on.
 void finish_block(CodecStream& stream) {
     std::uint8_t* output = stream.ibuff;
     stream.output_count = stream.ibuff_bytes;
@@ -68,7 +68,8 @@ void finish_block(CodecStream& stream) {
     stream.io(stream.io_context, output, stream.output_count);
 }
 
-void start_block(CodecStream& stream) {
+// The first call finds no block to finish.
+void finish_and_start_block(CodecStream& stream) {
     if (stream.write_cursor != nullptr) finish_block(stream);
     stream.space_left = stream.ibuff_bytes;
     stream.write_cursor = stream.ibuff;
@@ -132,7 +133,7 @@ CodecStream* codec_stream_create(std::uint32_t tag, int mode, const PcmFormat* f
 void codec_stream_write(CodecStream* stream, const std::uint8_t* bytes, int count) {
     if (is_decoder(*stream)) return;
     while (count > 0) {
-        if (stream->space_left <= 0) start_block(*stream);
+        if (stream->space_left <= 0) finish_and_start_block(*stream);
         const int run = std::min<int>(count, stream->space_left);
         std::memcpy(stream->write_cursor, bytes, static_cast<std::size_t>(run));
         stream->write_cursor += run;

@@ -58,7 +58,7 @@ struct CodecStream {
 // Returns the stream, which is never released, or null:
 //   without a message, nothing printed   no codec has the tag, or a buffer for `block_bytes` would not fit 16 bits
 //   without a message                    the codec cannot work, or gives IBUFF no size
-//   after a message on standard error    memory ran out; a private block that the codec has taken by then stays taken
+//   after a message on standard error    memory ran out; private state that the codec has allocated is not freed
 //
 // OBUFF has room for the larger of the two sizes and is zero where nothing was coded: some codecs hand on more bytes
 // than they code. IBUFF has a zero byte to spare: an encoder takes a last odd byte for a whole sample.

@@ -58,7 +58,7 @@ int speed_code(const char* name) {
     return -1;
 }
 
-// Returns the result of a setter, which is 0 also when the state could not be applied; only the text then tells.
+// Returns 0, the result of a setter, even when the state could not be applied: then only the text tells.
 int apply_working_state() {
     TIO_Sstate(line, &working_state);
     return 0;
@@ -78,7 +78,8 @@ char first_character(const char* text) {
     return text == nullptr ? '\0' : text[0];
 }
 
-// The text keeps the reason unless the close fails as well and writes its own; errno is that of the reason.
+// The text keeps the reason, unless putting the saved state back fails as well and writes its own. errno is that of the
+// reason.
 int abandon_open(const char* reason) {
     const int reason_errno = errno;
     snprintf(last_error, sizeof last_error, "%s", reason);
@@ -87,7 +88,7 @@ int abandon_open(const char* reason) {
     return -1;
 }
 
-// Leaves a read that is waiting. An alarm that comes later, left armed by a read that failed, finds no frame to go to.
+// Ends the read that is waiting. An alarm that a failed read left armed may come while none waits, and does nothing.
 void alarm_handler(int) {
     if (!alarm_awaited) return;
     alarm_awaited = 0;
@@ -152,7 +153,7 @@ int tio_raw_mode(termios* state, int console) {
     state->c_lflag &= ~cooked_local_flags;
     if (console) state->c_lflag |= ISIG;
 
-    // The speeds live in c_cflag.
+    // The speeds are bits of c_cflag, which is replaced as a whole: they are read before and set again after it.
     const speed_t input_speed = cfgetispeed(state);
     const speed_t output_speed = cfgetospeed(state);
     state->c_cflag = raw_control_flags;
@@ -171,14 +172,14 @@ int tio_open(const char* path) {
         return -1;
     }
     line = descriptor;
-    // Kept: the close that follows a failure here applies what was saved before, or nothing but zeros.
+    // Kept: after a failure here tio_close applies the state that an earlier open saved, or all zeros if there is none.
     if (TIO_Gstate(line, &saved_state) < 0) return abandon_open("Unable to save state");
 
     working_state = saved_state;
     tio_raw_mode(&working_state, 0);
     if (TIO_Sstate(line, &working_state) < 0) return abandon_open("Unable to set new mode");
 
-    // Kept: three applications in this order. Flow control is on and CLOCAL off for a moment, then both are reversed.
+    // Kept: the state is applied three times. First with flow control on and CLOCAL off, then both are reversed.
     tio_local(1);
     tio_flow(0);
     return line;
@@ -281,7 +282,7 @@ std::int16_t tio_timeout(std::int16_t seconds) {
 }
 
 int tio_peek(int descriptor) {
-    // A set of select has no room for either.
+    // A set of select (fd_set) can hold neither a negative descriptor nor one of FD_SETSIZE or more.
     if (descriptor < 0) return 0;
     if (descriptor >= FD_SETSIZE) return rejected();
 

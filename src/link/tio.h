@@ -6,8 +6,8 @@
 // descriptor that is no terminal (a plain file, a pipe) is accepted: its bytes flow, its settings go nowhere.
 //
 // Errors: -1, with errno as the failing call left it and the reason in a text of at most 127 characters
-// (tio_last_error). Nothing here prints unless it says so, retries, or ends the program. Bad arguments to tio_speed and
-// to the setters give errno EINVAL and no text.
+// (tio_last_error). No function retries or ends the program, and none prints unless its declaration says so. Bad
+// arguments to tio_speed and to the setters give errno EINVAL and no text.
 #pragma once
 
 #include <termios.h>
@@ -55,7 +55,8 @@ int TIO_Sstate(int descriptor, const termios* state);
 
 // Rewrites `state` into raw mode, its speeds kept: one byte ends a read, no special characters, no echo, 8N1, receiver
 // and RTS/CTS on, CLOCAL off. `console` 0 is for the line: breaks ignored, bytes out unchanged; 1 for the console: "\n"
-// still goes out as CR LF, signals stay enabled. Applies nothing. Always returns 0.
+// still goes out as CR LF, and ISIG is set, although no key sends a signal where there are no special characters.
+// Applies nothing. Always returns 0.
 int tio_raw_mode(termios* state, int console);
 
 // The setters, of which tio_open calls the first two and the program no other. Each edits the working state, then

@@ -16,10 +16,12 @@ namespace {
 constexpr int receive_buffer_bytes = 400;
 constexpr int space_key = 32;
 
-// One for the whole program: what the vocoder library left in it stays from file to file.
+// One for the whole program, so that the vocoder library finds in it the bytes that it left there. ambe_init prepares
+// it for each file.
 std::uint8_t packet[ambe_packet_bytes];
 
-// The tables in the header say what each state, event and step means.
+// The tables in the header say what each state, event and step means. The fourth state is one of the documented table;
+// nothing enters it, and dispatch shows what it would do.
 enum State { file_started = 1, frame_wanted = 2, frame_waiting = 3, never_entered = 4 };
 
 enum class Event { failed, nothing, wants_frame, pcm_block, timed_out, unknown };
@@ -75,7 +77,7 @@ Step spin(Pump& pump) {
     return Step::read;
 }
 
-// Kept: the frame that is read replaces one that was never sent.
+// Kept: a frame that was not sent yet is lost when the next one is read.
 Step read(Pump& pump) {
     pump.frame = voice_recording_next(pump.recording);
     if (!pump.frame) return ended("DONE");
@@ -119,7 +121,8 @@ Step receive(Pump& pump) {
     return Step::end;
 }
 
-// Kept: a first receive of nothing finds state 2, so a second frame is read over the first.
+// Kept: when the first receive of a file yields nothing, the state is frame_wanted, so a second frame is read and the
+// first is lost.
 Step dispatch(Pump& pump) {
     switch (pump.state) {
         case file_started: pump.spinner = 0; return Step::spin;
@@ -142,12 +145,12 @@ void run(Pump& pump) {
     }
 }
 
-void start_vocoder() {
+void start_decoding() {
     ambe_init(packet, 1);
     dongle_run(1);
 }
 
-void stop_vocoder() {
+void stop_decoding() {
     std::fprintf(stderr, "> Stopping Dongle.\n");
     dongle_run(0);
     std::fprintf(stderr, "> Dongle stopped.\n");
@@ -174,11 +177,11 @@ int decode_file(Player& player, const char* path) {
     }
 
     Pump pump{player, sink, recording};
-    start_vocoder();
+    start_decoding();
     console_enter();
     run(pump);
     console_leave();
-    stop_vocoder();
+    stop_decoding();
     sink.stop(player);
     close_recording(recording);
     return 0;

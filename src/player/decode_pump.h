@@ -16,7 +16,8 @@
 //   SPIN  the space bar                        prints "STOPPED\n"                             the file ends
 //         another key, or none                 drops the key                                  READ
 //   READ  no frame is left                     prints "DONE\n"                                the file ends
-//         a frame                              keeps it, in place of one not sent      above  RECV
+//         a frame                              becomes the frame to send; one that     above  RECV
+//                                              was not sent is lost
 //   RECV  length < 0             failed                                                       the file ends
 //         length 0               nothing                                                      DISPATCH
 //         length 48, type 5      wants_frame   sends the frame, its bits reversed      2      SPIN
@@ -25,7 +26,7 @@
 //         length 34, type 1      timed_out     prints "TIMEOUT\n"                             the file ends
 //         any other              unknown                                               2      SPIN
 //
-// An empty state stays as it is.
+// Where the state column is empty, the state does not change.
 #pragma once
 
 #include "player/player.h"

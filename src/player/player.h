@@ -23,7 +23,8 @@ void print_banner();
 // standard error.
 int player_start_codec(Player& player);
 
-// Chooses, formats and opens the audio device and prints its name. Returns 0; -1 when it cannot be had.
+// Chooses, formats and opens the audio device and prints its name. Returns 0; -1, after audio_alloc's message, when
+// there is no memory for it. A device that cannot be opened is no failure: it is silent.
 int player_start_audio(Player& player);
 
 // Starts the vocoder library at the chosen port and speed. Returns 0; -1 when it cannot be had, with no message.

@@ -11,7 +11,7 @@ struct Settings {
     bool write_mode = false;                    // convert to WAVE files instead of playing
     int reverse_bits = 0;                       // 1 reverses the bits of each frame byte
     int debug_level = 0;                        // handed to the vocoder library
-    int verbose_level = 0;                      // counted, read by nothing
+    int verbose_level = 0;                      // how often -v was given; the audio layer looks only whether it was
     char port[16] = "/dev/ttyUSB0";
     int speed = 230400;     // of the line, bit/s
     int sound_device = -1;  // -1 lets the audio layer choose

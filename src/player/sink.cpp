@@ -18,9 +18,9 @@ constexpr std::uint32_t wave_form = fourcc("WAVE");
 // Convert mode: the file that is being written, null between files.
 RiffFile* wave_file = nullptr;
 
-// Play mode: the newest block, one deep. The pull callback gets no context, so both are the program's.
+// Play mode: a queue of one block, the newest. The pull callback gets no context, so it stands here for all files.
 std::uint8_t waiting_block[pcm_block_bytes];
-int block_ready = 0;  // 1 while waiting_block holds a block that was not pulled
+bool block_ready = false;  // waiting_block holds a block that was not pulled yet
 
 // The codec stream's output callback.
 int write_to_riff(void* riff, std::uint8_t* bytes, int count) {
@@ -40,12 +40,13 @@ WaveFormat output_format(const Player& player) {
     return wave;
 }
 
+// riff_open takes only a file that exists, and does not empty it.
 void create_or_truncate(const char* path) {
     std::FILE* file = std::fopen(path, "wb");
     if (file != nullptr) std::fclose(file);
 }
 
-// A WAVE file with its "fmt " chunk, or null.
+// Returns an empty WAVE file, its "fmt " chunk written; null when it cannot be made.
 RiffFile* open_wave_file(const char* path, WaveFormat format) {
     create_or_truncate(path);
     RiffFile* riff = riff_open(path, wave_form);
@@ -58,7 +59,7 @@ RiffFile* open_wave_file(const char* path, WaveFormat format) {
     return riff;
 }
 
-// The same, under rescue from before it is there until it is closed.
+// The same, with the rescue set up before the file is created. It stays until the file is closed (convert_stop).
 RiffFile* create_wave_file(const Player& player, const char* path) {
     const WaveFormat format = output_format(player);
     riff_rescue_begin(path, wave_form, format);
@@ -71,7 +72,7 @@ RiffFile* create_wave_file(const Player& player, const char* path) {
     return riff;
 }
 
-// Where the codec stream's blocks go; nowhere while no file is open.
+// Sets where the codec stream hands its blocks; null for both while no file is open.
 void connect(CodecStream& stream, CodecIoCallback callback, RiffFile* file) {
     stream.io = callback;
     stream.io_context = file;
@@ -109,6 +110,7 @@ void convert_stop(Player& player) {
 
 int play_start(Player& player, const char*) {
     std::printf(": ");
+    // The audio layer of this program always returns 0 here: a device that fails is silent.
     if (audio_start(player.audio, pull_block, nullptr) < 0) {
         std::printf("ERROR\n");
         return -1;
@@ -116,10 +118,10 @@ int play_start(Player& player, const char*) {
     return 0;
 }
 
-// A block that was not pulled yet is overwritten: the silent device pulls none.
+// Overwrites a block that was not pulled: the silent device pulls none.
 void play_write(Player& player, PcmBlock block) {
     std::ranges::copy(block, waiting_block);
-    block_ready = 1;
+    block_ready = true;
     audio_service(player.audio);
 }
 
@@ -149,7 +151,7 @@ char* output_name(const char* path) {
 int pull_block(void*, std::uint8_t* output) {
     if (block_ready) {
         std::memcpy(output, waiting_block, sizeof waiting_block);
-        block_ready = 0;
+        block_ready = false;
     } else {
         std::memset(output, 0, pcm_block_bytes);
     }

@@ -13,11 +13,11 @@
 using PcmBlock = std::span<const std::uint8_t, pcm_block_bytes>;
 
 struct Sink {
-    const char* verb;                                // of "%sing file"
-    bool closes_input_on_failure;                    // when start fails
-    int (*start)(Player& player, const char* path);  // 0, or -1 after its message
+    const char* verb;              // "Convert" or "Play", which begin "Converting file", "Playing file"
+    bool closes_input_on_failure;  // whether the recording is closed when start fails
+    int (*start)(Player& player, const char* path);  // `path` is the recording's. 0, or -1 after its message
     void (*write)(Player& player, PcmBlock block);
-    void (*stop)(Player& player);  // announced on standard error
+    void (*stop)(Player& player);  // prints each of its steps on standard error
 };
 
 extern const Sink convert_sink;  // encodes into a WAVE file beside the recording, which it owns from start to stop
@@ -28,5 +28,6 @@ extern const Sink play_sink;     // keeps the newest block for the audio layer t
 // The caller frees it; null when memory ran out.
 char* output_name(const char* path);
 
-// Pull callback of the audio layer: the waiting block once, silence otherwise. The context is not used. Always 320.
+// The pull callback of the audio layer: puts the waiting block into `output`, once, and silence when none waits. The
+// context is not used. Always returns 320.
 int pull_block(void* context, std::uint8_t* output);

@@ -14,8 +14,8 @@ constexpr std::size_t int_bytes = 4;  // an identifier or a size in the file
 int write_outer_header(RiffFile* file, std::uint32_t form_type) {
     file->size_patch_position = int_bytes;
     file->chunk = {fourcc("RIFF"), 0};
-    // Kept: the header is the file's own running count, to which the identifier adds its 4 bytes before the size is
-    // fetched. The outer size therefore reads 4, not 0, until the file is closed.
+    // Kept: the header passed is file->chunk, whose size counts the bytes written. riff_write_chunk counts the 4 bytes
+    // of the identifier before it writes that size, so the outer size reads 4, not 0, until the file is closed.
     if (riff_write_chunk(file, &file->chunk) < 0) return -1;
 
     file->form_type = fourcc_reversed(form_type);
@@ -39,7 +39,7 @@ int read_outer_header(RiffFile* file) {
     return 0;
 }
 
-// Kept: neither the seek nor the write is looked at.
+// Kept: whether the seek and the write succeed is not checked.
 void patch_size(RiffFile* file, std::int64_t position, std::uint64_t size) {
     static_assert(std::endian::native == std::endian::little, "the size is written as it lies in memory");
     if (position == 0) return;
@@ -47,12 +47,12 @@ void patch_size(RiffFile* file, std::int64_t position, std::uint64_t size) {
     std::fwrite(&size, 1, int_bytes, file->stream);
 }
 
-// Kept: the test is on the bytes written so far, not on a header having been written. Calls that write no byte each
-// leave a header of size 0 behind, and only the newest is patched.
+// Kept: what counts is whether data bytes were written, not whether a header was. So each call that writes no byte
+// leaves a header of size 0 behind, and only the newest is patched.
 int write_data_header_if_empty(RiffFile* file) {
     if (file->data_count != 0) return 0;
-    // Kept: where the position cannot be told (-1), the place is 3. Such a file cannot be sought in either, so that the
-    // size goes behind its last byte at close, as the outer size does.
+    // Kept: where ftell fails (-1), the position to patch becomes 3. In such a file the seek fails as well, so
+    // riff_close appends this size, as it appends the outer size, behind the last byte.
     file->data_patch_position = std::ftell(file->stream) + std::int64_t{int_bytes};
     const ChunkHeader header = {fourcc("data"), 0};
     return riff_write_chunk(file, &header);
