@@ -12,8 +12,8 @@
 #include <iterator>
 #include <vector>
 
-#include "dongle.h"
 #include "link/dongle.h"
+#include "software_dongle.h"
 
 namespace {
 

@@ -8,9 +8,9 @@
 //   waits    nothing, 0               takes the frame, then speaks
 //   speaks   (320, 4), then asks      refused
 //
-// Decoding starts afresh in ambe_init and in dongle_run(1), whichever comes last: the program calls both for every file,
-// a program that only stops and starts the vocoder between two files, or only prepares another packet, one of them.
-#include "dongle.h"
+// ambe_init and dongle_run(1) both restart the decoder, because a caller may use either alone between two files. The
+// program calls both.
+#include "software_dongle.h"
 
 #include <cstdio>
 #include <span>
@@ -19,7 +19,7 @@
 #include "dongle_packet.h"
 #include "link/dongle.h"
 
-static_assert(pcm_block_bytes == sizeof(PcmBlock));
+static_assert(pcm_block_bytes == sizeof(PcmSamples));
 
 namespace {
 
@@ -34,7 +34,7 @@ struct SoftwareDongle {
     int debug;
     const DecoderVersion* version;  // null: the fastest of this processor
     AmbeDecoder decoder;
-    PcmBlock samples;
+    PcmSamples samples;
 };
 
 // One dongle a process, as the contract has it.
@@ -103,7 +103,7 @@ void software_dongle_use(const DecoderVersion& version) {
     instance.version = &version;
 }
 
-// The declarations are the program's; what the library shows to the world is said here.
+// Exports these nine; link/dongle.h, which the program includes as well, does not.
 #pragma GCC visibility push(default)
 extern "C" {
 

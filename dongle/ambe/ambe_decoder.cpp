@@ -26,9 +26,10 @@ bool is_tone(const AmbeFrame& frame) {
     return frame.pitch_index >= tone_pitch;
 }
 
+// Where both words needed all the correction there is, one of them was probably corrected to a wrong word.
 bool words_are_bad(const AmbeFrame& frame) {
     if (frame.errors_c0 == golay_uncorrectable || frame.errors_c1 == golay_uncorrectable) return true;
-    return frame.errors_c0 == golay_uncorrectable - 1 && frame.errors_c1 == golay_uncorrectable - 1;
+    return frame.errors_c0 == golay_correctable && frame.errors_c1 == golay_correctable;
 }
 
 bool tone_is_bad(const AmbeFrame& frame) {
@@ -39,29 +40,33 @@ bool is_bad(const AmbeFrame& frame) {
     return words_are_bad(frame) || (is_tone(frame) && tone_is_bad(frame));
 }
 
-// Of a bad frame: only its second word is lost, and there is a spectrum that can stand in for its own. Decoded
-// magnitudes are powers of two, never 0; those of the reset model are all 0.
+// Whether a bad frame keeps its own pitch, voicing and gain: only c1 is lost, and a spectrum from before can stand in
+// for its own. Decoded magnitudes are powers of two, never 0; those of the reset model are all 0.
 bool is_partial(const AmbeDecoder& decoder) {
     const AmbeFrame& frame = decoder.frame;
     return frame.errors_c0 <= partial_errors_c0 && frame.errors_c1 == golay_uncorrectable &&
            frame.pitch_index < silence_pitch && decoder.model.harmonics.magnitude[0] != 0;
 }
 
-FrameAction kind_of(const AmbeFrame& frame) {
+FrameAction action_of_good_frame(const AmbeFrame& frame) {
     if (is_tone(frame)) return FrameAction::tone;
     return frame.pitch_index >= silence_pitch ? FrameAction::silence : FrameAction::voice;
 }
 
-// The order matters: a bad frame counts first, then the error rate can mute a good one too.
-FrameAction choose_action(AmbeDecoder& decoder) {
-    const bool bad = is_bad(decoder.frame);
-    decoder.bad_frames = bad ? decoder.bad_frames + 1 : 0;
+void judge_channel(AmbeDecoder& decoder) {
+    const auto errors = static_cast<float>(errors_of(decoder.frame));
+    decoder.error_rate = error_rate_memory * decoder.error_rate + error_rate_share * errors;
+    decoder.bad_frames = is_bad(decoder.frame) ? decoder.bad_frames + 1 : 0;
+}
+
+// The order matters: the error rate can mute a good frame too.
+FrameAction choose_action(const AmbeDecoder& decoder) {
     if (decoder.bad_frames > most_repeats || decoder.error_rate > mute_error_rate) return FrameAction::mute;
-    if (!bad) return kind_of(decoder.frame);
+    if (decoder.bad_frames == 0) return action_of_good_frame(decoder.frame);
     return is_partial(decoder) ? FrameAction::partial : FrameAction::repeat;
 }
 
-void count(AmbeDecoder& decoder) {
+void update_counts(AmbeDecoder& decoder) {
     decoder.counts.frames++;
     decoder.counts.corrected_bits += decoder.bad_frames == 0 ? errors_of(decoder.frame) : 0;
     const bool repeats = decoder.action == FrameAction::repeat || decoder.action == FrameAction::partial;
@@ -69,12 +74,12 @@ void count(AmbeDecoder& decoder) {
     decoder.counts.muted += decoder.action == FrameAction::mute ? 1 : 0;
 }
 
-void speak_model(AmbeDecoder& decoder) {
+void harmonics_from_model(AmbeDecoder& decoder) {
     decoder.spoken = decoder.model.harmonics;
     decoder.version->harmonics_enhance(decoder.spoken, decoder.energy, {decoder.error_rate, errors_of(decoder.frame)});
 }
 
-void speak_nothing(AmbeDecoder& decoder) {
+void silence_harmonics(AmbeDecoder& decoder) {
     harmonics_mute(decoder.spoken);
     speech_model_reset(decoder.model);
 }
@@ -84,15 +89,15 @@ void prepare_harmonics(AmbeDecoder& decoder) {
         case FrameAction::voice:
         case FrameAction::silence:
             decoder.version->model_decode(decoder.frame, decoder.model);
-            speak_model(decoder);
+            harmonics_from_model(decoder);
             return;
         case FrameAction::partial:
             decoder.version->model_repeat_shape(decoder.frame, decoder.model);
-            speak_model(decoder);
+            harmonics_from_model(decoder);
             return;
-        case FrameAction::repeat: speak_model(decoder); return;
+        case FrameAction::repeat: harmonics_from_model(decoder); return;
         case FrameAction::tone:
-        case FrameAction::mute: speak_nothing(decoder); return;
+        case FrameAction::mute: silence_harmonics(decoder); return;
     }
 }
 
@@ -108,20 +113,19 @@ void ambe_decoder_start(AmbeDecoder& decoder, const DecoderVersion& version) {
     decoder.spoken.count = decoder.synthesis.before.count;
 }
 
-void ambe_decode(AmbeDecoder& decoder, FrameBytes bytes, PcmBlock& samples) {
+void ambe_decode(AmbeDecoder& decoder, FrameBytes bytes, PcmSamples& samples) {
     decoder.frame = ambe_frame_decode(bytes);
-    const auto errors = static_cast<float>(errors_of(decoder.frame));
-    decoder.error_rate = error_rate_memory * decoder.error_rate + error_rate_share * errors;
+    judge_channel(decoder);
     decoder.action = choose_action(decoder);
-    count(decoder);
+    update_counts(decoder);
     prepare_harmonics(decoder);
 
     SpeechBlock speech;
     ToneModel tone_model;
-    const bool sounds_tone = decoder.action == FrameAction::tone;
-    if (sounds_tone) tone_model = ambe_tone_decode(decoder.frame);
+    const bool is_tone_frame = decoder.action == FrameAction::tone;
+    if (is_tone_frame) tone_model = ambe_tone_decode(decoder.frame);
     decoder.version->synthesize(decoder.synthesis, decoder.spoken, speech);
-    decoder.version->add_tone(decoder.tone, sounds_tone ? &tone_model : nullptr, speech);
+    decoder.version->add_tone(decoder.tone, is_tone_frame ? &tone_model : nullptr, speech);
     decoder.version->pcm_output(decoder.limiter, speech, samples);
 }
 

@@ -42,7 +42,7 @@ void ambe_decoder_start(AmbeDecoder& decoder, const DecoderVersion& version);
 
 // Decodes one frame into 160 samples, -32767 to 32767. They lead from the middle of the frame before to the middle of
 // this one.
-void ambe_decode(AmbeDecoder& decoder, FrameBytes bytes, PcmBlock& samples);
+void ambe_decode(AmbeDecoder& decoder, FrameBytes bytes, PcmSamples& samples);
 
 // "voice", "silence", "tone", "repeat", "partial" or "mute".
 const char* frame_action_name(FrameAction action);

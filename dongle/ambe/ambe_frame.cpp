@@ -76,7 +76,7 @@ ChannelWords ambe_deinterleave(FrameBytes bytes) {
 }
 
 // x(0) = 16 * data, x(i) = (173 * x(i-1) + 13849) mod 65536; the top bits of x(1) to x(24), first the most significant.
-std::uint32_t ambe_scrambler(std::uint32_t data) {
+std::uint32_t ambe_scrambling_sequence(std::uint32_t data) {
     std::uint32_t x = 16 * data;
     std::uint32_t sequence = 0;
     for (int bit = 0; bit < word_bits; bit++) {
@@ -89,7 +89,7 @@ std::uint32_t ambe_scrambler(std::uint32_t data) {
 AmbeFrame ambe_frame_decode(FrameBytes bytes) {
     const ChannelWords words = ambe_deinterleave(bytes);
     const GolayWord c0 = golay24_decode(words.c0);
-    const GolayWord c1 = golay24_decode(words.c1 ^ ambe_scrambler(c0.data));
+    const GolayWord c1 = golay24_decode(words.c1 ^ ambe_scrambling_sequence(c0.data));
 
     AmbeFrame frame{};
     frame.voice_bits = static_cast<std::uint64_t>(c0.data) << 36 | static_cast<std::uint64_t>(c1.data) << 24 | words.c2;

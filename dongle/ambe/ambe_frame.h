@@ -41,7 +41,7 @@ struct ChannelWords {
 ChannelWords ambe_deinterleave(FrameBytes bytes);
 
 // The 24 bits that c1 was scrambled with, from the 12 corrected data bits of c0.
-std::uint32_t ambe_scrambler(std::uint32_t data);
+std::uint32_t ambe_scrambling_sequence(std::uint32_t data);
 
 // Any 12 bytes are a frame; how good a one is in its error counts.
 AmbeFrame ambe_frame_decode(FrameBytes bytes);

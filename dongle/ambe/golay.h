@@ -12,6 +12,7 @@
 
 #include <cstdint>
 
+constexpr int golay_correctable = 3;    // that many wrong bits of a word are corrected with certainty
 constexpr int golay_uncorrectable = 4;  // the count of a word with at least four wrong bits
 
 struct GolayWord {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// From the decoded model to what is synthesised (harmonics_enhance): spectral amplitude enhancement, a limit to the
-// growth of damaged frames, adaptive smoothing.
+// From the decoded model to what is synthesised (`harmonics_enhance`, declared in lanes/version_functions.h): spectral
+// amplitude enhancement, a limit to the growth of damaged frames, adaptive smoothing.
 //
 // Enhancement and smoothing are those of the TIA-102.BABA vocoder description, but the weights of the enhancement are
 // taken to the fourth root: in every measure of speech that is better.

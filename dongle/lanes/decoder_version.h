@@ -24,7 +24,7 @@ constexpr int transform_size = 128;
 
 // The arguments say their lengths, and no function is needed to take them.
 using SpeechBlock = float[frame_samples];
-using PcmBlock = std::int16_t[frame_samples];
+using PcmSamples = std::int16_t[frame_samples];
 using TransformBlock = float[transform_size];
 
 struct DecoderVersion {
@@ -39,7 +39,7 @@ struct DecoderVersion {
     void (*transform)(TransformBlock& re, TransformBlock& im);
     void (*noise_words)(std::uint32_t& state, std::uint32_t* words, int count);
     void (*add_tone)(Tone& tone, const ToneModel* model, SpeechBlock& samples);
-    void (*pcm_output)(Limiter& limiter, const SpeechBlock& speech, PcmBlock& samples);
+    void (*pcm_output)(Limiter& limiter, const SpeechBlock& speech, PcmSamples& samples);
 };
 
 namespace baseline {

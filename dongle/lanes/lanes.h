@@ -2,9 +2,9 @@
 // Eight numbers side by side, and the few functions of angles and powers that reach the samples.
 //
 // The same source is compiled once for every processor of a kind (two vectors of four, where it has vectors), on x86-64
-// once more for AVX2 (one vector of eight) and, for the tests, once as plain arithmetic of eight single numbers. All of them do the same operations of single precision
-// in the same order, none is fused and none comes from the C library, whose results depend on the processor: same
-// frames, same bytes, on every machine.
+// once more for AVX2 (one vector of eight) and, for the tests, once as plain arithmetic of eight single numbers. All of
+// them do the same operations of single precision in the same order, none is fused and none comes from the C library,
+// whose results depend on the processor: same frames, same bytes, on every machine.
 //
 // Eight numbers are held in parts (lane_parts.h) and not in one vector type of 32 bytes: where registers are shorter,
 // GCC 12 keeps such a type in memory and compares and shuffles it number by number, at half the speed.

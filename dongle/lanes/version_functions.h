@@ -38,8 +38,8 @@ void mbe_synthesize(MbeSynthesis& synthesis, const Harmonics& harmonics, SpeechB
 // synthesis/voiced: adds the sinusoids of the 160 samples from the middle of frame `before` to the middle of `now`.
 void voiced_synthesis(const VoicedHarmonics& before, const VoicedHarmonics& now, SpeechBlock& samples);
 
-// synthesis/oscillators: adds the first 8 `block_count` samples of all oscillators to `samples`. What follows the last
-// oscillator is made silent, up to a whole group of eight. block_count: even.
+// synthesis/oscillators: adds the first 8 x `block_count` samples of all oscillators to `samples`. What follows the
+// last oscillator is made silent, up to a whole group of eight. block_count: even.
 void add_oscillators(Oscillators& oscillators, int block_count, float* samples);
 
 // synthesis/unvoiced: start of a recording; draws 128 values for a silent block in the middle of the frame before.
@@ -65,6 +65,6 @@ void add_tone(Tone& tone, const ToneModel* model, SpeechBlock& samples);
 // synthesis/pcm_output: rounds to the nearest. While a peak is above 32000 the gain falls as far as it takes, and comes
 // back slowly after it; what is too loud before the gain has fallen is cut off at -32767 and 32767. With a gain of 1
 // samples pass unchanged.
-void pcm_output(Limiter& limiter, const SpeechBlock& speech, PcmBlock& samples);
+void pcm_output(Limiter& limiter, const SpeechBlock& speech, PcmSamples& samples);
 
 }  // namespace DECODER_VERSION

@@ -12,11 +12,15 @@ namespace {
 constexpr int start_harmonics = 14;
 constexpr std::uint32_t start_fundamental = phase_of_turns(1.0 / 32);
 
-constexpr float density = 0.2046F / 2.50662827F;  // over sqrt(2 pi): magnitude of a harmonic to density of noise
+constexpr float root_of_two_pi = 2.50662827F;
 
-constexpr float share_begins = 500.0F / 8000.0F;  // where voiced harmonics begin to be noise as well,
-constexpr float share_width = 2000.0F / 8000.0F;  // and over what the share grows, cycles per sample
-constexpr float largest_share = 0.25F;
+// Divided by sqrt(f0), f0 in cycles per sample: the density of noise that is as strong as a voiced magnitude of 1.
+constexpr float noise_per_magnitude = noise_density / root_of_two_pi;
+
+// The share of noise in voiced harmonics grows with their frequency, which is in cycles per sample here.
+constexpr float noise_share_begins = 500.0F / 8000.0F;
+constexpr float noise_share_width = 2000.0F / 8000.0F;
+constexpr float largest_noise_share = 0.25F;
 
 int unvoiced_count(const Harmonics& harmonics) {
     int voiced = 0;
@@ -24,10 +28,10 @@ int unvoiced_count(const Harmonics& harmonics) {
     return harmonics.count - voiced;
 }
 
-// x times share, x a signed phase and share from 0 to 1: 24 bits of the phase are enough for noise.
-Words share_of(Words phase, float share) {
+// `phase`, taken as signed, times `factor`, which is from 0 to 1. The upper 24 bits of it are enough for noise.
+Words scaled_phase(Words phase, float factor) {
     const Floats upper = signed_floats(phase & ~0xFFU) * 0x1p-8F;
-    return whole_numbers(upper * (share * 0x1p8F));
+    return whole_numbers(upper * (factor * 0x1p8F));
 }
 
 // 32 x^2 turns for a frequency of x cycles per sample: high harmonics come up to 4 ms earlier than low ones, as they do
@@ -37,21 +41,21 @@ Words dispersion(Words frequency) {
     return whole_numbers(x * x * (32.0F * 0x1p24F)) << 8;
 }
 
-// psi(0) = psi(-1) + l N / 2 (omega(-1) + omega(0)). phi is psi with dispersion, above the lowest quarter of the
-// harmonics scattered by noise: the more of the spectrum is unvoiced, the more.
+// psi (track) is psi(0) = psi(-1) + l N / 2 (omega(-1) + omega(0)); phi (phase) = psi + dispersion. Harmonics above the
+// lowest quarter also get a random offset, in proportion to the unvoiced fraction.
 void advance_phases(MbeSynthesis& synthesis, const Harmonics& harmonics, std::uint32_t* phase) {
     std::uint32_t scatter[max_harmonics];
     noise_words(synthesis.noise, scatter, max_harmonics);
 
     const std::uint32_t turn = (synthesis.before.fundamental + harmonics.fundamental) * (frame_samples / 2);
     const int coherent = harmonics.count / 4;
-    const float share = static_cast<float>(unvoiced_count(harmonics)) / static_cast<float>(harmonics.count);
+    const float unvoiced_fraction = static_cast<float>(unvoiced_count(harmonics)) / static_cast<float>(harmonics.count);
     Words travelled = numbered_multiples(turn);
     Words frequency = numbered_multiples(harmonics.fundamental);
     for (int i = 0; i < max_harmonics; i += lane_count) {
         const Words track = load(synthesis.track + i) + travelled;
         store(synthesis.track + i, track);
-        const Words scattered = ~mask_below(i, coherent) & share_of(load(scatter + i), share);
+        const Words scattered = ~mask_below(i, coherent) & scaled_phase(load(scatter + i), unvoiced_fraction);
         store(phase + i, track + dispersion(frequency) + scattered);
         travelled += splat(lane_count * turn);
         frequency += splat(lane_count * harmonics.fundamental);
@@ -59,16 +63,18 @@ void advance_phases(MbeSynthesis& synthesis, const Harmonics& harmonics, std::ui
     store(phase + max_harmonics, splat(0U));
 }
 
-// Voiced harmonics are sinusoids and, the more the higher they lie, noise: magnitude sqrt(1 - q^2) M and q M.
+// A voiced harmonic is a sinusoid, magnitude sqrt(1 - q^2) M, plus noise, q M; the noise share q grows with frequency.
 void split_magnitudes(const Harmonics& harmonics, VoicedHarmonics& voiced_part, UnvoicedHarmonics& noise_part) {
-    const float to_density = density / __builtin_sqrtf(static_cast<float>(harmonics.fundamental) * 0x1p-32F);
+    const float to_density =
+        noise_per_magnitude / __builtin_sqrtf(static_cast<float>(harmonics.fundamental) * 0x1p-32F);
     Words frequency = numbered_multiples(harmonics.fundamental);
     __builtin_memset(voiced_part.amplitude, 0, sizeof voiced_part.amplitude);
     for (int i = 0; i < harmonics.count; i += lane_count) {
         const Floats magnitude = load(harmonics.magnitude + i);
         const Words voiced = load(harmonics.voiced + i);
-        const Floats x = (signed_floats(frequency) * 0x1p-32F - share_begins) * (largest_share / share_width);
-        const Floats q = min(max(x, Floats{}), splat(largest_share));
+        const Floats x =
+            (signed_floats(frequency) * 0x1p-32F - noise_share_begins) * (largest_noise_share / noise_share_width);
+        const Floats q = min(max(x, Floats{}), splat(largest_noise_share));
         store(voiced_part.amplitude + i, masked(voiced, 2.0F * magnitude * sqrt(1.0F - q * q)));
         store(noise_part.magnitude + i, magnitude * select(voiced, to_density * q, splat(1.0F)));
         frequency += splat(lane_count * harmonics.fundamental);

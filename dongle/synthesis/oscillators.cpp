@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Sums of sinusoids.
 //
-// An exponentially damped sinusoid is a linear recurrence of second order (J. W. Gordon, J. O. Smith, "A sine generation
-// algorithm for VLSI applications", ICMC 1985). Here each step makes eight samples: with z = growth e^(i step),
+// An exponentially damped sinusoid is a linear recurrence of second order (J. W. Gordon, J. O. Smith, "A sine
+// generation algorithm for VLSI applications", ICMC 1985). Here each step makes eight samples: with
+// z = growth e^(i step),
 //
 //   y(b + 1) = 2 Re(z^8) y(b) - |z^8|^2 y(b - 1)
 //

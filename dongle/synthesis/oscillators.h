@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Sums of sinusoids (add_oscillators) of constant frequency whose amplitude grows or fades geometrically.
+// Sums of sinusoids (`add_oscillators`, declared in lanes/version_functions.h) of constant frequency whose amplitude
+// grows or fades geometrically.
 #pragma once
 
 #include "speech_model.h"

@@ -42,7 +42,7 @@ float next_gain(float before, float peak) {
 
 }  // namespace
 
-void pcm_output(Limiter& limiter, const SpeechBlock& speech, PcmBlock& samples) {
+void pcm_output(Limiter& limiter, const SpeechBlock& speech, PcmSamples& samples) {
     const float before = limiter.gain;
     limiter.gain = next_gain(before, peak_of(speech));
     const float change = limiter.gain - before;

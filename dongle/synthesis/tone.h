@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Tones (add_tone): one or two sinusoids in place of speech.
+// Tones (`add_tone`, declared in lanes/version_functions.h): one or two sinusoids in place of speech.
 #pragma once
 
 #include "speech_model.h"

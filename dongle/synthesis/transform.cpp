@@ -29,7 +29,7 @@ inline Complex operator-(Complex a, Complex b) {
     return {a.re - b.re, a.im - b.im};
 }
 
-// a - i b and a + i b
+// b turned back by a quarter, that is multiplied by -i, and added or subtracted: a - i b and a + i b.
 inline Complex plus_turned(Complex a, Complex b) {
     return {a.re + b.im, a.im - b.re};
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The discrete Fourier transform of 128 complex numbers (transform): written for this one size, single precision.
+// The discrete Fourier transform of 128 complex numbers (`transform`, declared in lanes/version_functions.h): written
+// for this one size, single precision.
 #pragma once
 
 #include "lanes/decoder_version.h"

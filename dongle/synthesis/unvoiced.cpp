@@ -50,7 +50,7 @@ void window_noise(const std::uint32_t* white, Spectrum& spectrum) {
 }
 
 // Harmonic l has the bins that are nearest to it: from ceil(128 f0 (l - 1/2)) to, exclusively,
-// ceil(128 f0 (l + 1/2)). A band is written eight bins wide, and what is too much is overwritten by the next one.
+// ceil(128 f0 (l + 1/2)). Each store is eight bins wide; the next band overwrites the excess.
 void magnitudes_by_bin(const UnvoicedHarmonics& harmonics, BinMagnitudes& by_bin) {
     const auto first_bin = [](std::uint32_t twice) { return static_cast<int>((twice - 1) >> 26) + 1; };
     std::uint32_t twice = harmonics.fundamental;  // f0 (2 l - 1)
@@ -142,7 +142,7 @@ void unvoiced_synthesis(NoiseBlocks& blocks, const UnvoicedHarmonics& harmonics,
     transform(spectrum.re, spectrum.im);
     impose_magnitudes(spectrum, blocks.magnitude, magnitude);
     transform(spectrum.im, spectrum.re);  // and back
-    // What is silent is silent: of the first block, rounding leaves a trace in the second one.
+    // The shared transforms leak rounding errors of the first block into the second; a silent second block is exactly 0.
     if (is_silent(magnitude)) __builtin_memset(spectrum.im, 0, sizeof spectrum.im);
     __builtin_memcpy(blocks.magnitude, magnitude, sizeof blocks.magnitude);
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// The noise of a frame (unvoiced_synthesis): white noise whose spectrum is given the magnitudes of the unvoiced
-// harmonics, and of the share of noise in the voiced ones.
+// The noise of a frame (`unvoiced_start`, `unvoiced_synthesis`, declared in lanes/version_functions.h): white noise
+// whose spectrum is given the magnitudes of the unvoiced harmonics, and of the share of noise in the voiced ones.
 #pragma once
 
 #include "speech_model.h"
 
-// gh: with it, voiced and unvoiced harmonics of one log magnitude are equally strong.
+// Makes voiced and unvoiced harmonics of equal log magnitude equally strong.
 constexpr float noise_gain = 103.53F;
 
 constexpr int noise_bins = 64;       // of a block's 128: bin m lies at m / 128 cycles per sample

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The voiced harmonics (voiced_synthesis): sinusoids that run smoothly from frame to frame, or overlap.
+// The voiced harmonics (`voiced_synthesis`, declared in lanes/version_functions.h): sinusoids that run smoothly from
+// frame to frame, or overlap.
 #pragma once
 
 #include "speech_model.h"

@@ -67,11 +67,12 @@ TEST(AmbeFrame, EveryStreamBitGoesToItsPlace) {
 }
 
 TEST(AmbeFrame, ScramblerSequences) {
-    EXPECT_EQ(ambe_scrambler(0x000), 0x42CC47U);
-    EXPECT_EQ(ambe_scrambler(0xFFF), 0x0B3F09U);
-    EXPECT_EQ(ambe_scrambler(0x123), 0xBE5982U);
-    EXPECT_EQ(ambe_scrambler(0xB6C), 0xAC03D4U);
-    for (std::uint32_t data = 0; data < 4096; data++) ASSERT_EQ(ambe_scrambler(data), sequence_by_arithmetic(data));
+    EXPECT_EQ(ambe_scrambling_sequence(0x000), 0x42CC47U);
+    EXPECT_EQ(ambe_scrambling_sequence(0xFFF), 0x0B3F09U);
+    EXPECT_EQ(ambe_scrambling_sequence(0x123), 0xBE5982U);
+    EXPECT_EQ(ambe_scrambling_sequence(0xB6C), 0xAC03D4U);
+    for (std::uint32_t data = 0; data < 4096; data++)
+        ASSERT_EQ(ambe_scrambling_sequence(data), sequence_by_arithmetic(data));
 }
 
 TEST(AmbeFrame, WorkedExample) {

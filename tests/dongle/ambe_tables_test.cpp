@@ -15,11 +15,11 @@ namespace {
 // The numbers of tests/data/tables/`name`, row by row and column by column, are those of `value_of(row, column)`.
 template <class Value>
 void expect_table(const std::string& name, std::size_t rows, const std::vector<std::string>& columns, Value value_of) {
-    const std::vector<GoldenRow> published = data_table("tables/" + name);
-    ASSERT_GE(published.size(), rows) << name;
+    const std::vector<GoldenRow> expected = data_table("tables/" + name);
+    ASSERT_GE(expected.size(), rows) << name;
     for (std::size_t row = 0; row < rows; row++)
         for (std::size_t i = 0; i < columns.size(); i++)
-            EXPECT_EQ(value_of(row, i), static_cast<decltype(value_of(row, i))>(real(published[row], columns[i])))
+            EXPECT_EQ(value_of(row, i), static_cast<decltype(value_of(row, i))>(real(expected[row], columns[i])))
                 << name << " row " << row << " " << columns[i];
 }
 
@@ -31,7 +31,7 @@ void expect_book(const std::string& name, const Book& book, const std::vector<st
 
 }  // namespace
 
-TEST(AmbeTables, EveryFigureIsThePublishedOne) {
+TEST(AmbeTables, EveryTableIsThatOfTheData) {
     const std::vector<std::string> higher = {"C3", "C4", "C5", "C6"};
     expect_book("prba24.csv", prba24_table, {"G2", "G3", "G4"});
     expect_book("prba58.csv", prba58_table, {"G5", "G6", "G7", "G8"});

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The nine functions from inside; packets_test.cpp and library_test.cpp have them as the program loads them.
-#include "dongle.h"
+#include "software_dongle.h"
 
 #include <gtest/gtest.h>
 

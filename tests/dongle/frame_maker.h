@@ -29,7 +29,7 @@ inline FrameOfBytes interleaved(const ChannelWords& words) {
 inline FrameOfBytes frame_of_voice_bits(std::uint64_t voice_bits) {
     const auto data0 = static_cast<std::uint32_t>(voice_bits >> 36 & 0xFFF);
     const auto data1 = static_cast<std::uint32_t>(voice_bits >> 24 & 0xFFF);
-    return interleaved({golay24_encode(data0), golay24_encode(data1) ^ ambe_scrambler(data0),
+    return interleaved({golay24_encode(data0), golay24_encode(data1) ^ ambe_scrambling_sequence(data0),
                         static_cast<std::uint32_t>(voice_bits & 0xFFFFFF)});
 }
 

@@ -21,7 +21,7 @@ class PcmOutput : public DecoderVersions {
     }
 
     Limiter limiter;
-    PcmBlock samples;
+    PcmSamples samples;
 };
 INSTANTIATE_TEST_SUITE_P(Versions, PcmOutput, every_version, version_name);
 
