@@ -176,6 +176,19 @@ TEST_P(VoicedSynthesis, HarmonicsBeyondTheLastOneOfTheOtherFrameSound) {
     }
 }
 
+TEST_P(VoicedSynthesis, VeryQuietHarmonicsSoundToo) {
+    const VoicedHarmonics silent = silent_harmonics(pitch, 30, 15);
+    for (const int harmonic : {1, 20}) {
+        VoicedHarmonics quiet = silent_harmonics(pitch, 30, 16);
+        quiet.amplitude[harmonic - 1] = 0.6F;
+        VoicedHarmonics quieter = silent_harmonics(pitch, 30, 17);
+        quieter.amplitude[harmonic - 1] = 0.2F;
+        expect_harmonic(silent, quiet, harmonic, overlapping_sample);
+        expect_harmonic(quiet, silent, harmonic, overlapping_sample);
+        expect_harmonic(quiet, quieter, harmonic, straight_sample);
+    }
+}
+
 TEST_P(VoicedSynthesis, AllHarmonicsAreAddedToWhatIsThere) {
     VoicedHarmonics before = silent_harmonics(pitch, 40, 10);
     VoicedHarmonics now = silent_harmonics(pitch / 50 * 51, 40, 11);
