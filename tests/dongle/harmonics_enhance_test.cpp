@@ -106,8 +106,8 @@ TEST_P(HarmonicsEnhance, EnhancementAndTiltAreThoseOfTheRule) {
 }
 
 TEST_P(HarmonicsEnhance, WeightsStayBetweenAHalfAndSixFifths) {
-    // Beside one loud harmonic, faint ones have the smallest weight, 0.5, and its own is cut at 1.2. The loud one has all
-    // the energy, so that it comes out as it was, and the others 0.5 / 1.2 of what they were.
+    // Beside one loud harmonic, faint ones have the smallest weight, 0.5, and its own is cut at 1.2. The loud one has
+    // all the energy, so that it comes out as it was, and the others 0.5 / 1.2 of what they were.
     std::vector<float> magnitudes(40, 0.0001F);
     magnitudes[19] = 10000.0F;
     Harmonics harmonics = harmonics_of(0x02000000, magnitudes);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The same frame again and again: after a while nothing changes any more. Voiced speech is then the sum of its harmonics
-// and of the noise among them, across every frame border; unvoiced speech is noise whose envelope has no rhythm.
+// The same frame again and again: after a while nothing changes any more. Voiced speech is then the sum of its
+// harmonics and of the noise among them, across every frame border; unvoiced speech is noise whose envelope has no
+// rhythm.
 #include <gmock/gmock.h>
 
 #include <cmath>

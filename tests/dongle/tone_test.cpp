@@ -85,7 +85,8 @@ TEST_P(ToneTest, BeginsAtPhaseZeroAndFadesInAndOut) {
     Samples samples(2 * frame_samples);
     next(tone, &frame, block_at(samples, 0));
     next(tone, nullptr, block_at(samples, frame_samples));
-    // Two cycles of eight samples grow with the fade of 16, and two fall with it at the end; between, the sine is whole.
+    // Two cycles of eight samples grow with the fade of 16, and two fall with it at the end; between, the sine is
+    // whole.
     const double peak = std::exp2(232 / 16.934 - 1);
     for (int n = 0; n < frame_samples; n++) {
         const double sine = peak * std::sin(2 * M_PI * n / 8);
