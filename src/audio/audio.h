@@ -39,8 +39,8 @@ AudioControl* audio_alloc(int device);
 // From a level of 1 on a device that falls silent is told about: one line, "MCI: ...", on standard error.
 void audio_verbose(int level);
 
-// Each returns 0. On device 0 none does anything, and the record stays as it is: audio_start does not keep the callback,
-// so nothing ever calls it.
+// Each returns 0. On device 0 none does anything, and the record stays as it is: audio_start does not keep the
+// callback, so nothing ever calls it.
 int audio_format(AudioControl* control, int channels, long sample_rate, int bits_per_sample);  // what is to be played
 int audio_open(AudioControl* control, int mode);                                               // mode 1 is playback
 int audio_start(AudioControl* control, AudioPullCallback callback, void* data);                // attaches them
