@@ -30,7 +30,7 @@ int magnitude_of(std::int16_t sample) {
 
 // Segment and step of a biased magnitude from 128 on. A segment has 16 steps and is twice as wide as the one before.
 int segment_and_step(int biased) {
-    const int segment = std::bit_width(static_cast<unsigned>(biased)) - 8;
+    const int segment = static_cast<int>(std::bit_width(static_cast<unsigned>(biased))) - 8;
     // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): the segment is 0 at least
     return segment << 4 | (biased >> (segment + 3) & 0x0F);
 }

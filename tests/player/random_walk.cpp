@@ -23,7 +23,8 @@ Bytes random_dvtool(Dice& dice) {
         add({static_cast<std::uint8_t>(length % 256), static_cast<std::uint8_t>(length / 256)});
         add(random_bytes(dice, length));
     }
-    if (dice.one_in(2)) content.resize(content.size() - std::min<std::size_t>(content.size(), dice.roll(30)));
+    if (dice.one_in(2))
+        content.resize(content.size() - std::min<std::size_t>(content.size(), static_cast<std::size_t>(dice.roll(30))));
     return content;
 }
 
