@@ -39,10 +39,10 @@ int set_software(AlsaDevice& device, snd_pcm_sw_params_t* software) {
     return error;
 }
 
-// Room for two blocks is kept, one for the next and one that makes up for what a sound server adds: so a key stops the
+// Room for three blocks is kept, one for the next and two that make up for what a sound server adds: so a key stops the
 // sound within a quarter of a second. A queue of less than four blocks has no room to spare.
 snd_pcm_uframes_t full_frames(const AlsaDevice& device) {
-    const snd_pcm_uframes_t kept = (device.queue_frames < 4 * device.block_frames ? 1 : 2) * device.block_frames;
+    const snd_pcm_uframes_t kept = (device.queue_frames < 4 * device.block_frames ? 1 : 3) * device.block_frames;
     return device.queue_frames - std::min(device.queue_frames, kept);
 }
 

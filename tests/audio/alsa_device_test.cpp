@@ -23,7 +23,7 @@ using testing::IsEmpty;
 using testing::Not;
 
 constexpr int default_device = 1;
-constexpr int full_blocks = 11;  // of twelve
+constexpr int full_blocks = 10;  // of twelve
 
 // Each block has samples that no other has.
 Bytes numbered_block(int number) {
@@ -191,7 +191,7 @@ TEST_F(AlsaDevice, EightKilohertzMonoOf16BitsInAQueueOfTwelveBlocksIsAskedFor) {
           "snd_pcm_hw_params_set_format(2)",  // 16 bits, signed, little-endian
           "snd_pcm_hw_params_set_channels(1)", "snd_pcm_hw_params_set_rate(8000)",
           "snd_pcm_hw_params_set_period_size_near(160)", "snd_pcm_hw_params_set_buffer_size_near(1920)",
-          "snd_pcm_sw_params_set_start_threshold(960)", "snd_pcm_sw_params_set_avail_min(320)"}) {
+          "snd_pcm_sw_params_set_start_threshold(960)", "snd_pcm_sw_params_set_avail_min(480)"}) {
         EXPECT_THAT(card.calls(), Contains(call));
     }
 }
@@ -223,7 +223,7 @@ TEST_F(AlsaDevice, EveryBlockIsHeardOnceForOneFileAndForThree) {
     }
 }
 
-TEST_F(AlsaDevice, ProgramWaitsOnlyOnceOneBlockOfTheQueueIsLeft) {
+TEST_F(AlsaDevice, ProgramWaitsOnlyOnceTwoBlocksOfTheQueueAreLeft) {
     played({full_blocks - 1});
     EXPECT_THAT(card.calls_of("snd_pcm_wait"), IsEmpty());
 
@@ -245,8 +245,8 @@ TEST_F(AlsaDevice, QueueIsTwelveBlocksAlsoInALargerBufferOfTheCard) {
     setenv("QUAVER_TEST_SOUND_BUFFER", "16384", 1);
     played({100});
     unsetenv("QUAVER_TEST_SOUND_BUFFER");
-    // Room for two blocks is kept: with ten queued, 16384 - 10 * 160 frames are free.
-    EXPECT_THAT(card.calls(), Contains("snd_pcm_sw_params_set_avail_min(14784)"));
+    // Room for three blocks is kept: with nine queued, 16384 - 9 * 160 frames are free.
+    EXPECT_THAT(card.calls(), Contains("snd_pcm_sw_params_set_avail_min(14944)"));
     EXPECT_THAT(card.calls_of("snd_pcm_wait"), testing::SizeIs(100 - full_blocks + 1));
     EXPECT_EQ(card.heard(), numbered_blocks(100));
 }
@@ -361,9 +361,9 @@ TEST_F(AlsaDevice, DeviceThatTakesNothingForThreeSecondsIsGivenUp) {
 // Ten blocks are queued and stay there, at every look after that of the tenth: 1920 - 1600 frames are free.
 TEST_F(AlsaDevice, DeviceThatStandsStillAtTheEndIsGivenUpToo) {
     std::string script;
-    for (int look = 11; look < 400; look++) script += "snd_pcm_avail " + std::to_string(look) + " 320\n";
+    for (int look = 10; look < 400; look++) script += "snd_pcm_avail " + std::to_string(look) + " 320\n";
     card.tell(script);
-    const Playing playing = played_verbosely({10});
+    const Playing playing = played_verbosely({9});
     EXPECT_EQ(playing.output.err, told_of("default", {"", "drain", ETIMEDOUT}));
     EXPECT_THAT(card.calls_of("snd_pcm_drain"), IsEmpty());
     EXPECT_EQ(polls.napped_ms, 3000);
