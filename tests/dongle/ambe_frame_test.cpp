@@ -3,39 +3,19 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
+#include <algorithm>
 #include <random>
 
-#include "dongle/frame_maker.h"
+#include "dongle/frame_builder.h"
+#include "dongle/frame_fields.h"
+#include "support/bytes.h"
 
 namespace {
 
-FrameOfBytes frame_of_hex(const std::string& hex) {
-    FrameOfBytes bytes{};
-    for (std::size_t i = 0; i < hex.size() / 2; i++)
-        bytes[i] = static_cast<std::uint8_t>(std::stoi(hex.substr(2 * i, 2), nullptr, 16));
-    return bytes;
-}
-
-// The scrambler with plain numbers instead of bit masks.
-std::uint32_t sequence_by_arithmetic(long data) {
-    long x = 16 * data;
-    long sequence = 0;
-    for (int i = 1; i <= 24; i++) {
-        x = (173 * x + 13849) % 65536;
-        sequence = 2 * sequence + x / 32768;
-    }
-    return static_cast<std::uint32_t>(sequence);
-}
-
-// Bit p of the stream belongs to row p / 6 and column q = p mod 6: bit p / 6 + 12 (q mod 2) of word q / 2.
-ChannelWords words_bit_by_bit(const FrameOfBytes& bytes) {
-    std::uint32_t words[3] = {};
-    for (std::size_t p = 0; p < 72; p++) {
-        const std::uint32_t bit = bytes[p / 8] >> (7 - p % 8) & 1U;
-        words[p % 6 / 2] |= bit << (23 - (p / 6 + 12 * (p % 6 % 2)));
-    }
-    return {words[0], words[1], words[2]};
+AmbeFrameBytes frame_of_hex(const std::string& text) {
+    AmbeFrameBytes frame;
+    std::ranges::copy(unhex(text), frame.begin());
+    return frame;
 }
 
 }  // namespace
@@ -54,16 +34,18 @@ TEST(AmbeFrame, SilenceFrameOfRadioGearIsClean) {
 }
 
 TEST(AmbeFrame, EveryStreamBitGoesToItsPlace) {
-    for (std::size_t p = 0; p < 72; p++) {
-        FrameOfBytes bytes{};
-        bytes[p / 8] = static_cast<std::uint8_t>(0x80 >> p % 8);
-        const ChannelWords expected = words_bit_by_bit(bytes);
-        const ChannelWords words = ambe_deinterleave(bytes);
-        ASSERT_EQ(std::popcount(words.c0) + std::popcount(words.c1) + std::popcount(words.c2), 1) << p;
-        ASSERT_EQ(words.c0, expected.c0) << p;
-        ASSERT_EQ(words.c1, expected.c1) << p;
-        ASSERT_EQ(words.c2, expected.c2) << p;
-    }
+    for (unsigned word = 0; word < 3; word++)
+        for (unsigned bit = 0; bit < 24; bit++) {
+            AmbeFrameBytes bytes{};
+            const unsigned p = stream_bit(word, bit);
+            bytes[p / 8] = static_cast<std::uint8_t>(0x80 >> p % 8);
+            std::uint32_t expected[3] = {};
+            expected[word] = 0x800000U >> bit;
+            const ChannelWords words = ambe_deinterleave(bytes);
+            ASSERT_EQ(words.c0, expected[0]) << p;
+            ASSERT_EQ(words.c1, expected[1]) << p;
+            ASSERT_EQ(words.c2, expected[2]) << p;
+        }
 }
 
 TEST(AmbeFrame, ScramblerSequences) {
@@ -71,8 +53,7 @@ TEST(AmbeFrame, ScramblerSequences) {
     EXPECT_EQ(ambe_scrambling_sequence(0xFFF), 0x0B3F09U);
     EXPECT_EQ(ambe_scrambling_sequence(0x123), 0xBE5982U);
     EXPECT_EQ(ambe_scrambling_sequence(0xB6C), 0xAC03D4U);
-    for (std::uint32_t data = 0; data < 4096; data++)
-        ASSERT_EQ(ambe_scrambling_sequence(data), sequence_by_arithmetic(data));
+    for (std::uint32_t data = 0; data < 4096; data++) ASSERT_EQ(ambe_scrambling_sequence(data), scrambling(data));
 }
 
 TEST(AmbeFrame, WorkedExample) {
@@ -83,7 +64,7 @@ TEST(AmbeFrame, WorkedExample) {
 }
 
 TEST(AmbeFrame, VectorsInEveryColumn) {
-    const std::vector<GoldenRow> rows = golden_table("fec_vectors.csv");
+    const std::vector<GoldenRow> rows = golden_table("golden/fec_vectors.csv");
     ASSERT_EQ(rows.size(), 603U);
     for (const GoldenRow& row : rows) {
         const std::string& hex = row.at("frame_hex");
@@ -101,7 +82,7 @@ TEST(AmbeFrame, VectorsInEveryColumn) {
 TEST(AmbeFrame, SlowDataIsNotLookedAt) {
     std::mt19937 random(1);
     for (int i = 0; i < 1000; i++) {
-        FrameOfBytes bytes{};
+        AmbeFrameBytes bytes{};
         for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(random());
         const AmbeFrame frame = ambe_frame_decode(bytes);
         bytes[9] = bytes[10] = bytes[11] = static_cast<std::uint8_t>(random());

@@ -11,7 +11,8 @@
 #include "ambe/ambe_decoder.h"
 #include "ambe/ambe_tables.h"
 #include "dongle/decoder_versions.h"
-#include "dongle/frame_maker.h"
+#include "dongle/frame_fields.h"
+#include "dongle/golden_table.h"
 
 namespace {
 
@@ -131,8 +132,8 @@ class AmbeModel : public DecoderVersions {
 
     // Decodes all of `name`; fails with the first frame that differs. Returns how many harmonics are voiced otherwise.
     int compare_with_golden(const std::string& name) {
-        const std::vector<GoldenRow> rows = golden_table(name + ".csv");
-        const std::vector<FrameOfBytes> frames = golden_frames(name + ".raw12");
+        const std::vector<GoldenRow> rows = golden_table("golden/" + name + ".csv");
+        const std::vector<AmbeFrameBytes> frames = raw_frames("golden/" + name + ".raw12");
         EXPECT_EQ(rows.size(), frames.size());
         int voiced_otherwise = 0;
         for (std::size_t i = 0; i < frames.size(); i++) {

@@ -15,7 +15,7 @@ namespace {
 // The numbers of tests/data/tables/`name`, row by row and column by column, are those of `value_of(row, column)`.
 template <class Value>
 void expect_table(const std::string& name, std::size_t rows, const std::vector<std::string>& columns, Value value_of) {
-    const std::vector<GoldenRow> expected = data_table("tables/" + name);
+    const std::vector<GoldenRow> expected = golden_table("tables/" + name);
     ASSERT_GE(expected.size(), rows) << name;
     for (std::size_t row = 0; row < rows; row++)
         for (std::size_t i = 0; i < columns.size(); i++)

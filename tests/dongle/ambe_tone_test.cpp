@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "dongle/frame_builder.h"
+
 TEST(AmbeTone, KnownIndices) {
     int known = 0;
     for (int raw = 0; raw < 256; raw++) known += tone_is_known(raw) ? 1 : 0;
@@ -33,15 +35,12 @@ TEST(AmbeTone, LinesAndLevelOfAFrame) {
 }
 
 TEST(AmbeTone, EveryIndexHasItsFrequencies) {
-    const double columns[] = {1209, 1336, 1477, 1633, 1052, 1162, 1279, 1430};  // four of DTMF, four of two-tone paging
-    const double rows[] = {697, 770, 852, 941, 606, 672, 743, 820};
     for (int raw = 0; raw < 256; raw++) {
         if (!tone_is_known(raw)) continue;
         AmbeFrame frame{};
         frame.tone_index = raw;
         const ToneModel tone = ambe_tone_decode(frame);
-        const double first = raw < 32 ? columns[raw / 4] : 31.25 * (raw - 32);
-        const double second = raw < 32 ? rows[raw / 16 * 4 + raw % 4] : 0;
+        const auto [first, second] = tone_lines(static_cast<unsigned>(raw));
         EXPECT_NEAR(tone.step[0] * 0x1p-32 * 8000, first, 1e-5) << raw;
         EXPECT_NEAR(tone.step[1] * 0x1p-32 * 8000, second, 1e-5) << raw;
     }

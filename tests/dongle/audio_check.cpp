@@ -14,7 +14,6 @@
 namespace {
 
 constexpr std::size_t transform_size = 256;
-constexpr std::size_t block_samples = 160;
 constexpr double bin_hz = 8000.0 / transform_size;
 constexpr double band_edges_hz[band_count + 1] = {0, 500, 1000, 1500, 2000, 2500, 3000, 3800};
 

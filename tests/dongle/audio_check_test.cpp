@@ -20,7 +20,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-constexpr std::size_t block_samples = 160;
 constexpr double least_agreement_db = 60;
 
 struct Golden {
@@ -273,7 +272,7 @@ TEST(DecodedAudio, SecondMutedFrameInARowIsSilent) {
 TEST(DecodedAudio, LoudSpeechFadesOutInTheFirstMutedFrameAndIsSilentInTheNext) {
     const auto story = raw_frames("golden/story_600.raw12");
     std::vector<AmbeFrameBytes> frames(story.begin(), story.begin() + 51);
-    for (int k = 0; k < 6; ++k) frames.push_back(with_wrong_bits(story[50], 0, 5, 4));
+    for (int k = 0; k < 6; ++k) frames.push_back(with_errors(story[50], 0x78000, 0));
     const Pcm pcm = decoded(frames);
     for (const std::size_t repeated : {51u, 52u, 53u}) EXPECT_GT(rms_of_block(pcm, repeated), 500);
     EXPECT_GT(rms_of_block(pcm, 54), 100) << "the fading frame";
@@ -285,14 +284,14 @@ TEST(DecodedAudio, LoudSpeechFadesOutInTheFirstMutedFrameAndIsSilentInTheNext) {
 
 TEST(DecodedAudio, WreckedFramesAtTheStartAreSilent) {
     const auto story = raw_frames("golden/story_600.raw12");
-    const Pcm pcm = decoded(std::vector<AmbeFrameBytes>(8, with_wrong_bits(story[50], 0, 5, 4)));
+    const Pcm pcm = decoded(std::vector<AmbeFrameBytes>(8, with_errors(story[50], 0x78000, 0)));
     EXPECT_THAT(pcm, Each(0));
 }
 
 TEST(DecodedAudio, SpeechComesBackSoftlyAfterAMute) {
     const auto story = raw_frames("golden/story_600.raw12");
     std::vector<AmbeFrameBytes> frames(60, story[50]);
-    for (std::size_t k = 20; k < 25; ++k) frames[k] = with_wrong_bits(story[50], 0, 5, 4);
+    for (std::size_t k = 20; k < 25; ++k) frames[k] = with_errors(story[50], 0x78000, 0);
     const Pcm pcm = decoded(frames);
     EXPECT_LT(rms_of_block(pcm, 25), 0.5 * rms_of_block(pcm, 40));
     EXPECT_NEAR(rms_of_block(pcm, 40) / rms_of_block(pcm, 59), 1, 0.3);

@@ -9,12 +9,12 @@
 
 #include "ambe/ambe_decoder.h"
 #include "dongle/decoder_versions.h"
-#include "dongle/frame_maker.h"
+#include "dongle/frame_builder.h"
 
 namespace {
 
 // All samples, and of each frame the model and what was spoken, as bytes.
-std::vector<unsigned char> decoded_bytes(const std::vector<FrameOfBytes>& frames, const DecoderVersion& version) {
+std::vector<unsigned char> decoded_bytes(const std::vector<AmbeFrameBytes>& frames, const DecoderVersion& version) {
     AmbeDecoder decoder;
     ambe_decoder_start(decoder, version);
     std::vector<unsigned char> bytes;
@@ -22,7 +22,7 @@ std::vector<unsigned char> decoded_bytes(const std::vector<FrameOfBytes>& frames
         const auto* first = static_cast<const unsigned char*>(data);
         bytes.insert(bytes.end(), first, first + size);
     };
-    for (const FrameOfBytes& frame : frames) {
+    for (const AmbeFrameBytes& frame : frames) {
         std::int16_t samples[frame_samples];
         ambe_decode(decoder, frame, samples);
         append(samples, sizeof samples);
@@ -33,9 +33,9 @@ std::vector<unsigned char> decoded_bytes(const std::vector<FrameOfBytes>& frames
     return bytes;
 }
 
-std::vector<FrameOfBytes> arbitrary_voice_frames(int count) {
+std::vector<AmbeFrameBytes> arbitrary_voice_frames(int count) {
     std::mt19937_64 random(7);
-    std::vector<FrameOfBytes> frames;
+    std::vector<AmbeFrameBytes> frames;
     for (int i = 0; i < count; i++) frames.push_back(frame_of_voice_bits(random() >> 16));
     return frames;
 }
@@ -44,7 +44,7 @@ std::vector<FrameOfBytes> arbitrary_voice_frames(int count) {
 
 class VersionsAgree : public DecoderVersions {
   protected:
-    void compare(const std::vector<FrameOfBytes>& frames) {
+    void compare(const std::vector<AmbeFrameBytes>& frames) {
         const std::vector<unsigned char> expected = decoded_bytes(frames, plain::decoder_version);
         EXPECT_TRUE(decoded_bytes(frames, version()) == expected);
     }
@@ -53,13 +53,13 @@ INSTANTIATE_TEST_SUITE_P(Versions, VersionsAgree, testing::ValuesIn(library_vers
                          version_name);
 
 TEST_P(VersionsAgree, OnTheStory) {
-    compare(golden_frames("story_600.raw12"));
+    compare(raw_frames("golden/story_600.raw12"));
 }
 TEST_P(VersionsAgree, OnTheDamagedStory) {
-    compare(golden_frames("story_600_errors.raw12"));
+    compare(raw_frames("golden/story_600_errors.raw12"));
 }
 TEST_P(VersionsAgree, OnSilenceAndTones) {
-    compare(golden_frames("special.raw12"));
+    compare(raw_frames("golden/special.raw12"));
 }
 TEST_P(VersionsAgree, OnArbitraryVoice) {
     compare(arbitrary_voice_frames(5000));

@@ -7,7 +7,16 @@ namespace {
 
 constexpr unsigned word_bits = 24;
 
-// Systematic Golay (24,12): the remainder modulo x^11+x^10+x^6+x^5+x^4+x^2+1 by long division, then the parity bit.
+void turn_over(AmbeFrameBytes& frame, unsigned stream) {
+    frame[stream / 8] = static_cast<std::uint8_t>(frame[stream / 8] ^ (0x80u >> stream % 8));
+}
+
+constexpr std::uint64_t voice_bit(unsigned index) {
+    return std::uint64_t{1} << (47 - index);
+}
+
+}  // namespace
+
 std::uint32_t golay_word(std::uint32_t data) {
     constexpr std::uint32_t generator = 0xC75;
     std::uint32_t remainder = data << 11;
@@ -17,7 +26,6 @@ std::uint32_t golay_word(std::uint32_t data) {
     return word23 << 1 | (static_cast<unsigned>(std::popcount(word23)) & 1u);
 }
 
-// The 24 bits that cover the second word, seeded by the data of the first.
 std::uint32_t scrambling(std::uint32_t data) {
     std::uint32_t state = 16 * data;
     std::uint32_t sequence = 0;
@@ -32,16 +40,6 @@ std::uint32_t scrambling(std::uint32_t data) {
 unsigned stream_bit(unsigned word, unsigned bit) {
     return 6 * (bit % 12) + 2 * word + bit / 12;
 }
-
-void turn_over(AmbeFrameBytes& frame, unsigned stream) {
-    frame[stream / 8] = static_cast<std::uint8_t>(frame[stream / 8] ^ (0x80u >> stream % 8));
-}
-
-constexpr std::uint64_t voice_bit(unsigned index) {
-    return std::uint64_t{1} << (47 - index);
-}
-
-}  // namespace
 
 AmbeFrameBytes frame_of_voice_bits(std::uint64_t voice_bits) {
     const auto first = static_cast<std::uint32_t>(voice_bits >> 36 & 0xFFF);
@@ -68,7 +66,17 @@ AmbeFrameBytes tone_frame(unsigned raw_index, unsigned volume, unsigned kind) {
     return frame_of_voice_bits(bits);
 }
 
-AmbeFrameBytes with_wrong_bits(AmbeFrameBytes frame, unsigned word, unsigned first, unsigned count) {
-    for (unsigned bit = first; bit < first + count; ++bit) turn_over(frame, stream_bit(word, bit));
+std::array<double, 2> tone_lines(unsigned raw_index) {
+    constexpr double columns[] = {1209, 1336, 1477, 1633, 1052, 1162, 1279, 1430};  // four of DTMF, four of KNOX
+    constexpr double rows[] = {697, 770, 852, 941, 606, 672, 743, 820};
+    if (raw_index >= 32) return {31.25 * (raw_index - 32), 0};
+    return {columns[raw_index / 4], rows[raw_index / 16 * 4 + raw_index % 4]};
+}
+
+AmbeFrameBytes with_errors(AmbeFrameBytes frame, std::uint32_t c0, std::uint32_t c1) {
+    for (unsigned bit = 0; bit < word_bits; ++bit) {
+        if (c0 >> (word_bits - 1 - bit) & 1u) turn_over(frame, stream_bit(0, bit));
+        if (c1 >> (word_bits - 1 - bit) & 1u) turn_over(frame, stream_bit(1, bit));
+    }
     return frame;
 }

@@ -5,19 +5,12 @@
 
 #include <bit>
 
+#include "dongle/frame_builder.h"
+
 namespace {
 
 constexpr std::uint32_t data_words = 4096;
 constexpr int word_bits = 24;
-
-// The division by the generator polynomial, bit by bit, as it is done by hand.
-std::uint32_t word_by_division(std::uint32_t data) {
-    std::uint32_t rest = data << 11;
-    for (int bit = 22; bit >= 11; bit--)
-        if ((rest >> bit & 1U) != 0) rest ^= 0xC75U << (bit - 11);
-    const std::uint32_t word23 = data << 11 | rest;
-    return word23 << 1 | (static_cast<std::uint32_t>(std::popcount(word23)) & 1U);
-}
 
 // Calls `check` with every pattern of `weight` ones in 24 bits.
 template <class Check>
@@ -62,7 +55,7 @@ TEST(Golay, PublishedWords) {
 }
 
 TEST(Golay, EveryWordIsTheRemainderOfItsDivisionAndAParityBit) {
-    for (std::uint32_t data = 0; data < data_words; data++) ASSERT_EQ(golay24_encode(data), word_by_division(data));
+    for (std::uint32_t data = 0; data < data_words; data++) ASSERT_EQ(golay24_encode(data), golay_word(data));
 }
 
 TEST(Golay, AnyTwoWordsDifferInAtLeastEightBits) {

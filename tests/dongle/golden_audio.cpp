@@ -6,53 +6,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
-#include <sstream>
-#include <string_view>
-
-#include "support/temp_dir.h"
 
 namespace {
 
 constexpr double noise_gain = 146.643269;  // level of the unvoiced part against the magnitudes
 constexpr double window_energy = 143.34;   // sum of the squared synthesis window
-constexpr std::size_t dvtool_header_bytes = 10;
-constexpr std::size_t frame_in_record = 15;
-
-std::string data_path(const std::string& name) {
-    return std::string(TEST_DATA_DIR) + "/" + name;
-}
-
-std::vector<std::string> split(const std::string& line, char separator) {
-    std::vector<std::string> cells;
-    std::string cell;
-    for (std::istringstream in(line); std::getline(in, cell, separator);) cells.push_back(cell);
-    return cells;
-}
-
-// The rows below the header line.
-std::vector<std::vector<std::string>> csv_rows(const std::string& name, std::vector<std::string>& header) {
-    std::ifstream file(data_path(name));
-    EXPECT_TRUE(file.is_open()) << name;
-    std::string line;
-    std::getline(file, line);
-    header = split(line, ',');
-    std::vector<std::vector<std::string>> rows;
-    while (std::getline(file, line)) rows.push_back(split(line, ','));
-    return rows;
-}
-
-std::size_t column(const std::vector<std::string>& header, std::string_view name) {
-    const auto found = std::find(header.begin(), header.end(), name);
-    EXPECT_NE(found, header.end()) << name;
-    return static_cast<std::size_t>(found - header.begin());
-}
-
-std::vector<double> numbers(const std::string& text) {
-    std::vector<double> values;
-    for (const std::string& cell : split(text, ' ')) values.push_back(std::stod(cell));
-    return values;
-}
 
 // The fundamental that six digits stand for: that of the nearest pitch index, or (silence) the number itself. Over a
 // file the rounding would add up in the phases.
@@ -62,66 +20,27 @@ double exact_fundamental(double rounded) {
     return std::abs(exact - rounded) < 1e-5 * rounded ? exact : rounded;
 }
 
-std::size_t length_at(const Bytes& content, std::size_t at) {
-    return content[at] + 256u * content[at + 1];
-}
-
-AmbeFrameBytes frame_at(const Bytes& content, std::size_t at) {
-    AmbeFrameBytes frame;
-    std::copy_n(content.begin() + static_cast<std::ptrdiff_t>(at), frame.size(), frame.begin());
-    return frame;
-}
-
 }  // namespace
 
-std::vector<AmbeFrameBytes> raw_frames(const std::string& name) {
-    const Bytes content = read_file(data_path(name));
-    std::vector<AmbeFrameBytes> frames;
-    for (std::size_t at = 0; at + 12 <= content.size(); at += 12) frames.push_back(frame_at(content, at));
-    return frames;
-}
-
-//   offset  0               10   12          12 + L0
-//          ┌───────────────┬────┬───────────┬───┬────────────────────────────────┐
-//          │ DVTOOL header │ L0 │ L0 bytes  │ L │ L bytes, the frame at 15 to 26 │  length + record, again and again
-//          └───────────────┴────┴───────────┴───┴────────────────────────────────┘
-std::vector<AmbeFrameBytes> dvtool_frames(const std::string& name) {
-    const Bytes content = read_file(data_path(name));
-    std::vector<AmbeFrameBytes> frames;
-    std::size_t at = dvtool_header_bytes + 2 + length_at(content, dvtool_header_bytes);
-    while (at + 2 + frame_in_record + 12 <= content.size()) {
-        frames.push_back(frame_at(content, at + 2 + frame_in_record));
-        at += 2 + length_at(content, at);
-    }
-    return frames;
-}
-
 std::vector<GoldenFrame> golden_frames(const std::string& name) {
-    std::vector<std::string> header;
     std::vector<GoldenFrame> frames;
-    for (std::vector<std::string>& row : csv_rows(name, header)) {
-        row.resize(header.size());
-        GoldenFrame frame;
-        frame.action = row[column(header, "action")];
-        frame.magnitude = numbers(row[column(header, "M_out")]);
-        for (const char digit : row[column(header, "voiced_out")]) frame.voiced.push_back(digit == '1');
-        if (!frame.magnitude.empty()) {
-            frame.fundamental = exact_fundamental(std::stod(row[column(header, "f0")]));
-        }
-        frame.rms = std::stod(row[column(header, "rms")]);
+    for (const GoldenRow& row : golden_table(name)) {
+        GoldenFrame& frame = frames.emplace_back();
+        frame.action = row.at("action");
+        frame.magnitude = reals(row, "M_out");
+        for (const char digit : row.at("voiced_out")) frame.voiced.push_back(digit == '1');
+        if (!frame.magnitude.empty()) frame.fundamental = exact_fundamental(real(row, "f0"));
+        frame.rms = real(row, "rms");
         EXPECT_EQ(frame.voiced.size(), frame.magnitude.size());
-        frames.push_back(frame);
     }
     return frames;
 }
 
 std::vector<BandPowers> golden_bands(const std::string& name) {
-    std::vector<std::string> header;
     std::vector<BandPowers> frames;
-    for (const std::vector<std::string>& row : csv_rows(name, header)) {
-        BandPowers powers{};
-        for (std::size_t band = 0; band < band_count; ++band) powers[band] = std::stod(row.at(band + 1));
-        frames.push_back(powers);
+    for (const GoldenRow& row : golden_table(name)) {
+        BandPowers& powers = frames.emplace_back();
+        for (std::size_t band = 0; band < band_count; ++band) powers[band] = real(row, "band" + std::to_string(band));
     }
     return frames;
 }

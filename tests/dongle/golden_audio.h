@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: MIT
-// The golden recordings as the audio tests need them: frames, and for each the parameters that are to be heard.
+// The golden recordings as the audio tests need them: for each frame the parameters that are to be heard.
 #pragma once
 
-#include <array>
-#include <cstdint>
-#include <string>
-#include <vector>
+#include "golden_table.h"
 
-using AmbeFrameBytes = std::array<std::uint8_t, 12>;
+constexpr std::size_t block_samples = 160;
 using Pcm = std::vector<std::int16_t>;
 
 // Powers of the seven bands 0-500, 500-1000, 1000-1500, 1500-2000, 2000-2500, 2500-3000, 3000-3800 Hz.
@@ -24,8 +21,6 @@ struct GoldenFrame {
 };
 
 // `name` is a file of tests/data; the test fails when it cannot be read.
-std::vector<AmbeFrameBytes> raw_frames(const std::string& name);
-std::vector<AmbeFrameBytes> dvtool_frames(const std::string& name);
 std::vector<GoldenFrame> golden_frames(const std::string& name);
 std::vector<BandPowers> golden_bands(const std::string& name);
 Pcm source_samples(const std::string& name);

@@ -1,20 +1,19 @@
 // SPDX-License-Identifier: MIT
-#include "dongle/golden_table.h"
+#include "golden_table.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 
 #include "support/temp_dir.h"
 
 namespace {
 
-const std::string golden = "golden/";
+constexpr std::size_t dvtool_header_bytes = 10;
+constexpr std::size_t frame_in_record = 15;
 
-Bytes data_file(const std::string& path) {
-    return read_file(std::string(TEST_DATA_DIR) + "/" + path);
-}
-
+// A cell behind the last comma is empty and counts.
 std::vector<std::string> split(const std::string& line) {
     std::vector<std::string> fields{""};
     for (const char c : line)
@@ -25,10 +24,24 @@ std::vector<std::string> split(const std::string& line) {
     return fields;
 }
 
+std::size_t length_at(const Bytes& content, std::size_t at) {
+    return content[at] + 256u * content[at + 1];
+}
+
+AmbeFrameBytes frame_at(const Bytes& content, std::size_t at) {
+    AmbeFrameBytes frame;
+    std::copy_n(content.begin() + static_cast<std::ptrdiff_t>(at), frame.size(), frame.begin());
+    return frame;
+}
+
 }  // namespace
 
-std::vector<GoldenRow> data_table(const std::string& path) {
-    const Bytes content = data_file(path);
+std::string data_path(const std::string& name) {
+    return std::string(TEST_DATA_DIR) + "/" + name;
+}
+
+std::vector<GoldenRow> golden_table(const std::string& name) {
+    const Bytes content = read_file(data_path(name));
     std::istringstream text(std::string(content.begin(), content.end()));
     std::string line;
     std::getline(text, line);
@@ -37,24 +50,12 @@ std::vector<GoldenRow> data_table(const std::string& path) {
     std::vector<GoldenRow> rows;
     while (std::getline(text, line)) {
         const std::vector<std::string> fields = split(line);
-        EXPECT_EQ(fields.size(), columns.size()) << path << ": " << line.substr(0, 60);
+        EXPECT_EQ(fields.size(), columns.size()) << name << ": " << line.substr(0, 60);
         GoldenRow& row = rows.emplace_back();
         for (std::size_t i = 0; i < fields.size() && i < columns.size(); i++) row[columns[i]] = fields[i];
     }
-    EXPECT_FALSE(rows.empty()) << path;
+    EXPECT_FALSE(rows.empty()) << name;
     return rows;
-}
-
-std::vector<GoldenRow> golden_table(const std::string& name) {
-    return data_table(golden + name);
-}
-
-std::vector<FrameOfBytes> golden_frames(const std::string& name) {
-    const Bytes content = data_file(golden + name);
-    EXPECT_EQ(content.size() % 12, 0U) << name;
-    std::vector<FrameOfBytes> frames(content.size() / 12);
-    for (std::size_t i = 0; i < content.size() / 12 * 12; i++) frames[i / 12][i % 12] = content[i];
-    return frames;
 }
 
 int whole(const GoldenRow& row, const std::string& column) {
@@ -70,4 +71,27 @@ std::vector<double> reals(const GoldenRow& row, const std::string& column) {
     std::vector<double> values;
     for (double value = 0; text >> value;) values.push_back(value);
     return values;
+}
+
+std::vector<AmbeFrameBytes> raw_frames(const std::string& name) {
+    const Bytes content = read_file(data_path(name));
+    EXPECT_EQ(content.size() % 12, 0U) << name;
+    std::vector<AmbeFrameBytes> frames;
+    for (std::size_t at = 0; at + 12 <= content.size(); at += 12) frames.push_back(frame_at(content, at));
+    return frames;
+}
+
+//   offset  0               10   12          12 + L0
+//          ┌───────────────┬────┬───────────┬───┬────────────────────────────────┐
+//          │ DVTOOL header │ L0 │ L0 bytes  │ L │ L bytes, the frame at 15 to 26 │  length + record, again and again
+//          └───────────────┴────┴───────────┴───┴────────────────────────────────┘
+std::vector<AmbeFrameBytes> dvtool_frames(const std::string& name) {
+    const Bytes content = read_file(data_path(name));
+    std::vector<AmbeFrameBytes> frames;
+    std::size_t at = dvtool_header_bytes + 2 + length_at(content, dvtool_header_bytes);
+    while (at + 2 + frame_in_record + 12 <= content.size()) {
+        frames.push_back(frame_at(content, at + 2 + frame_in_record));
+        at += 2 + length_at(content, at);
+    }
+    return frames;
 }

@@ -78,7 +78,7 @@ std::vector<AmbeFrameBytes> story(std::size_t count) {
 }
 
 AmbeFrameBytes wrecked(const AmbeFrameBytes& frame) {
-    return with_wrong_bits(frame, 0, 0, 4);
+    return with_errors(frame, 0xF00000, 0);
 }
 
 }  // namespace
@@ -175,8 +175,8 @@ TEST(SoftwareDongle, SaysNothingAtLevelZeroAndBelow) {
 // Six good frames with three bits turned over in all, five wrecked ones (three repeats, two mutes), one to come back.
 TEST(SoftwareDongle, SaysOneLineAFileAtLevelOne) {
     std::vector<AmbeFrameBytes> frames = story(12);
-    frames[1] = with_wrong_bits(frames[1], 0, 3, 1);
-    frames[3] = with_wrong_bits(frames[3], 0, 20, 2);
+    frames[1] = with_errors(frames[1], 0x100000, 0);
+    frames[3] = with_errors(frames[3], 0xC, 0);
     for (std::size_t k = 6; k < 11; ++k) frames[k] = wrecked(frames[k]);
     const Output output = output_at_level(1, frames);
     EXPECT_EQ(output.out, "");
@@ -186,9 +186,9 @@ TEST(SoftwareDongle, SaysOneLineAFileAtLevelOne) {
 TEST(SoftwareDongle, CountsTheBitsThatItCorrected) {
     std::vector<AmbeFrameBytes> frames = story(12);
     EXPECT_EQ(numbers_in(output_at_level(1, frames).err).at(1), 0);
-    frames[1] = with_wrong_bits(frames[1], 0, 3, 1);
-    frames[3] = with_wrong_bits(frames[3], 0, 20, 2);
-    frames[5] = with_wrong_bits(frames[5], 1, 0, 3);
+    frames[1] = with_errors(frames[1], 0x100000, 0);
+    frames[3] = with_errors(frames[3], 0xC, 0);
+    frames[5] = with_errors(frames[5], 0, 0xE00000);
     EXPECT_EQ(numbers_in(output_at_level(1, frames).err).at(1), 6);
 }
 
@@ -218,7 +218,7 @@ TEST(SoftwareDongle, SaysALineAFrameFromLevelTwoOn) {
 // Three bits of c0 turned over: the rate is 0.05 / 48 * 3 = 0.003125. The silence frame is that of radio gear.
 TEST(SoftwareDongle, FrameLineSaysNumberKindErrorsAndFields) {
     std::vector<AmbeFrameBytes> frames = {frame_of_voice_bits(0xF854AA9DE80A), frame_of_voice_bits(0xB6C7DC4875F5)};
-    frames[1] = with_wrong_bits(frames[1], 0, 0, 3);
+    frames[1] = with_errors(frames[1], 0xE00000, 0);
     EXPECT_EQ(output_at_level(2, frames).err,
               "Dongle: frame 0 silence, errors 0 0, rate 0 ppm, fields 124 0 4 165 41 10 7 7 5\n"
               "Dongle: frame 1 voice, errors 3 0, rate 3125 ppm, fields 91 11 47 62 94 1 2 1 6\n"

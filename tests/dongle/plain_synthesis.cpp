@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int block_samples = 160;
+constexpr int frame_samples = 160;
 constexpr int hop = 80;
 constexpr int transform_size = 128;
 constexpr int half_transform = transform_size / 2;
@@ -174,7 +174,7 @@ bool is_smooth(const Voice& before, const Voice& now, std::size_t l) {
 }
 
 double smooth_harmonic(const Voice& before, const Voice& now, std::size_t l, int n, bool curved) {
-    constexpr double span = block_samples;
+    constexpr double span = frame_samples;
     const double w_before = 2 * pi * before.f0 * double(l);
     const double w_now = 2 * pi * now.f0 * double(l);
     const double miss = now.phi[l] - before.phi[l] - (w_before + w_now) * span / 2;
@@ -188,7 +188,7 @@ double smooth_harmonic(const Voice& before, const Voice& now, std::size_t l, int
 double overlapping_harmonic(const Voice& before, const Voice& now, std::size_t l, int n) {
     const double w_before = 2 * pi * before.f0 * double(l);
     const double w_now = 2 * pi * now.f0 * double(l);
-    const int m = n - block_samples;
+    const int m = n - frame_samples;
     return voiced_window(n) * sinusoid_amplitude(before, l) * std::cos(w_before * n + before.phi[l]) +
            voiced_window(m) * sinusoid_amplitude(now, l) * std::cos(w_now * m + now.phi[l]);
 }
@@ -223,7 +223,7 @@ std::vector<double> plain_speech(std::span<const GoldenFrame> frames, const Synt
         run_phases(synthesis, voice);
         make_noise(synthesis, voice);
         const Voice before = faults.forgets_last_frame ? Voice{} : synthesis.last;
-        for (int n = 0; n < block_samples; ++n) speech.push_back(speech_sample(before, voice, n, faults));
+        for (int n = 0; n < frame_samples; ++n) speech.push_back(speech_sample(before, voice, n, faults));
         synthesis.last = voice;
     }
     return speech;
@@ -232,12 +232,12 @@ std::vector<double> plain_speech(std::span<const GoldenFrame> frames, const Synt
 Pcm plain_limiter(std::span<const double> samples) {
     Pcm pcm;
     double gain = 1;
-    for (; samples.size() >= block_samples; samples = samples.subspan(block_samples)) {
-        const double peak = peak_of(samples.first(block_samples));
+    for (; samples.size() >= frame_samples; samples = samples.subspan(frame_samples)) {
+        const double peak = peak_of(samples.first(frame_samples));
         const double before = gain;
         gain = std::min(peak > limit ? limit / peak : 1.0, before + 0.05);
-        const int ramp = gain < before ? 48 : block_samples;
-        for (int n = 0; n < block_samples; ++n) {
+        const int ramp = gain < before ? 48 : frame_samples;
+        for (int n = 0; n < frame_samples; ++n) {
             const double k = before + (gain - before) * std::min(n, ramp) / ramp;
             pcm.push_back(to_sample(k * samples[std::size_t(n)]));
         }

@@ -14,7 +14,6 @@
 
 namespace {
 
-constexpr std::size_t block_samples = 160;
 constexpr std::size_t settled_frames = 80;  // the prediction forgets by 0.8 a frame
 constexpr std::size_t measured_blocks = 40;
 
