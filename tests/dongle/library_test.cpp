@@ -19,35 +19,9 @@ namespace {
 
 using testing::Each;
 using testing::ElementsAre;
-using testing::EndsWith;
-using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
 using testing::StartsWith;
-
-std::vector<std::string> lines_of(const std::string& text) {
-    std::vector<std::string> lines;
-    std::string line;
-    for (const char c : text) {
-        if (c != '\n') line.push_back(c);
-        if (c == '\n') lines.push_back(std::exchange(line, ""));
-    }
-    EXPECT_EQ(line, "") << "a last line without its end";
-    return lines;
-}
-
-// Whole numbers in the text, in their order; what stands behind a decimal point is not one.
-std::vector<long> numbers_in(const std::string& text) {
-    std::vector<long> numbers;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        if (isdigit(static_cast<unsigned char>(text[at])) == 0) continue;
-        char* end = nullptr;
-        numbers.push_back(strtol(text.c_str() + at, &end, 10));
-        at = static_cast<std::size_t>(end - text.c_str());
-    }
-    return numbers;
-}
 
 std::vector<std::string> open_descriptors() {
     std::vector<std::string> targets;
@@ -78,7 +52,7 @@ std::vector<AmbeFrameBytes> story(std::size_t count) {
 }
 
 AmbeFrameBytes wrecked(const AmbeFrameBytes& frame) {
-    return with_errors(frame, 0xF00000, 0);
+    return with_errors(frame, 0xF, 0);
 }
 
 }  // namespace
@@ -174,22 +148,19 @@ TEST(SoftwareDongle, SaysNothingAtLevelZeroAndBelow) {
 
 // Six good frames with three bits turned over in all, five wrecked ones (three repeats, two mutes), one to come back.
 TEST(SoftwareDongle, SaysOneLineAFileAtLevelOne) {
+    const auto said_of = [](std::span<const AmbeFrameBytes> frames) {
+        const Output output = output_at_level(1, frames);
+        EXPECT_EQ(output.out, "");
+        return output.err;
+    };
     std::vector<AmbeFrameBytes> frames = story(12);
-    frames[1] = with_errors(frames[1], 0x100000, 0);
-    frames[3] = with_errors(frames[3], 0xC, 0);
+    EXPECT_EQ(said_of(frames), "Dongle: 12 frames, 0 bits corrected, 0 repeated, 0 muted\n");
+    frames[1] = with_errors(frames[1], 1, 0);
+    frames[3] = with_errors(frames[3], 3, 0);
     for (std::size_t k = 6; k < 11; ++k) frames[k] = wrecked(frames[k]);
-    const Output output = output_at_level(1, frames);
-    EXPECT_EQ(output.out, "");
-    EXPECT_EQ(output.err, "Dongle: 12 frames, 3 bits corrected, 3 repeated, 2 muted\n");
-}
-
-TEST(SoftwareDongle, CountsTheBitsThatItCorrected) {
-    std::vector<AmbeFrameBytes> frames = story(12);
-    EXPECT_EQ(numbers_in(output_at_level(1, frames).err).at(1), 0);
-    frames[1] = with_errors(frames[1], 0x100000, 0);
-    frames[3] = with_errors(frames[3], 0xC, 0);
-    frames[5] = with_errors(frames[5], 0, 0xE00000);
-    EXPECT_EQ(numbers_in(output_at_level(1, frames).err).at(1), 6);
+    EXPECT_EQ(said_of(frames), "Dongle: 12 frames, 3 bits corrected, 3 repeated, 2 muted\n");
+    frames[5] = with_errors(frames[5], 0, 7);
+    EXPECT_EQ(said_of(frames), "Dongle: 12 frames, 6 bits corrected, 3 repeated, 2 muted\n");
 }
 
 TEST(SoftwareDongle, CountsEachFileForItself) {
@@ -201,24 +172,23 @@ TEST(SoftwareDongle, CountsEachFileForItself) {
         decode_file(dongle, story(9));
         dongle.close(0);
     });
-    const std::vector<std::string> lines = lines_of(output.err);
-    ASSERT_THAT(lines, SizeIs(2));
-    EXPECT_EQ(numbers_in(lines[0]).at(0), 7);
-    EXPECT_EQ(numbers_in(lines[1]).at(0), 9);
+    EXPECT_EQ(output.err,
+              "Dongle: 7 frames, 0 bits corrected, 0 repeated, 0 muted\n"
+              "Dongle: 9 frames, 0 bits corrected, 0 repeated, 0 muted\n");
 }
 
 TEST(SoftwareDongle, SaysALineAFrameFromLevelTwoOn) {
     for (const int level : {2, 3, INT_MAX}) {
         const Output output = output_at_level(level, story(9));
         EXPECT_EQ(output.out, "");
-        EXPECT_THAT(lines_of(output.err), SizeIs(9 + 1)) << "nine frames and the file";
+        EXPECT_EQ(std::ranges::count(output.err, '\n'), 9 + 1) << "nine frames and the file";
     }
 }
 
 // Three bits of c0 turned over: the rate is 0.05 / 48 * 3 = 0.003125. The silence frame is that of radio gear.
 TEST(SoftwareDongle, FrameLineSaysNumberKindErrorsAndFields) {
     std::vector<AmbeFrameBytes> frames = {frame_of_voice_bits(0xF854AA9DE80A), frame_of_voice_bits(0xB6C7DC4875F5)};
-    frames[1] = with_errors(frames[1], 0xE00000, 0);
+    frames[1] = with_errors(frames[1], 7, 0);
     EXPECT_EQ(output_at_level(2, frames).err,
               "Dongle: frame 0 silence, errors 0 0, rate 0 ppm, fields 124 0 4 165 41 10 7 7 5\n"
               "Dongle: frame 1 voice, errors 3 0, rate 3125 ppm, fields 91 11 47 62 94 1 2 1 6\n"
@@ -242,29 +212,8 @@ TEST(SoftwareDongle, TwoRunsGiveTheSameBytes) {
     EXPECT_EQ(decoded(frames), decoded(frames));
 }
 
-// Byte for byte what a player that mirrors each byte back makes of the recording in the other storage order.
-TEST(SoftwareDongle, MirroredRecordingMirroredBackDecodesToTheSamePcm) {
-    auto frames = raw_frames("recordings/greeting_reversed.ambe");
-    for (AmbeFrameBytes& frame : frames)
-        for (std::uint8_t& byte : frame) {
-            unsigned mirror = 0;
-            for (unsigned bit = 0; bit < 8; ++bit) mirror |= (byte >> bit & 1u) << (7 - bit);
-            byte = static_cast<std::uint8_t>(mirror);
-        }
-    const Pcm pcm = decoded(frames);
-    EXPECT_THAT(pcm, SizeIs(335 * 160));
-    EXPECT_EQ(pcm, decoded(raw_frames("recordings/greeting.ambe")));
-}
-
 TEST(SoftwareDongle, RecordingInTheWrongBitOrderComesOutAlmostSilent) {
     const Pcm pcm = decoded(raw_frames("recordings/greeting_reversed.ambe"));
     const auto zeros = std::ranges::count(pcm, 0);
     EXPECT_GT(static_cast<double>(zeros), 0.9 * static_cast<double>(pcm.size()));
-}
-
-TEST(SoftwareDongle, BothFormsOfTheGreetingDecodeToTheSamePcm) {
-    Pcm dvtool = decoded(dvtool_frames("recordings/greeting.dvtool"));
-    ASSERT_THAT(dvtool, SizeIs(336 * 160));
-    dvtool.resize(335 * 160);
-    EXPECT_EQ(dvtool, decoded(raw_frames("recordings/greeting.ambe")));
 }

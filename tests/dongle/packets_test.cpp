@@ -26,6 +26,10 @@ class SoftwareDonglePackets : public testing::Test {
         dongle.prepare(packet.data(), 1);
         dongle.run(1);
     }
+    void start_and_be_asked() {
+        start();
+        expect_request();
+    }
     int send(const AmbeFrameBytes& frame) {
         dongle.fill(packet.data(), frame.data());
         return dongle.send(ambe_packet_type, packet.data(), ambe_packet_bytes);
@@ -61,13 +65,11 @@ class SoftwareDonglePackets : public testing::Test {
 }  // namespace
 
 TEST_F(SoftwareDonglePackets, VeryFirstReceiveAsksForAFrame) {
-    start();
-    expect_request();
+    start_and_be_asked();
 }
 
 TEST_F(SoftwareDonglePackets, EachFrameIsAnsweredByABlockAndTheNextRequest) {
-    start();
-    expect_request();
+    start_and_be_asked();
     for (std::size_t k = 0; k < 20; ++k) {
         EXPECT_GE(send(story[k]), 0);
         expect_block();
@@ -76,8 +78,7 @@ TEST_F(SoftwareDonglePackets, EachFrameIsAnsweredByABlockAndTheNextRequest) {
 }
 
 TEST_F(SoftwareDonglePackets, NothingIsReceivedWhileTheDongleWaitsForAFrame) {
-    start();
-    expect_request();
+    start_and_be_asked();
     expect_nothing();
     expect_nothing();
     EXPECT_GE(send(story[0]), 0);
@@ -95,8 +96,7 @@ TEST_F(SoftwareDonglePackets, NothingIsReceivedBeforeTheStart) {
 }
 
 TEST_F(SoftwareDonglePackets, NothingIsReceivedAfterTheStop) {
-    start();
-    expect_request();
+    start_and_be_asked();
     EXPECT_GE(send(story[0]), 0);
     dongle.run(0);
     expect_nothing();
@@ -106,8 +106,7 @@ TEST_F(SoftwareDonglePackets, NothingIsReceivedAfterTheStop) {
 
 TEST_F(SoftwareDonglePackets, StartAfterAStopAsksForAFrameAgain) {
     for (int file = 0; file < 3; ++file) {
-        start();
-        expect_request();
+        start_and_be_asked();
         EXPECT_GE(send(story[0]), 0);
         dongle.run(0);
     }
@@ -124,8 +123,7 @@ TEST_F(SoftwareDonglePackets, FrameIsRefusedBeforeItIsAskedFor) {
 }
 
 TEST_F(SoftwareDonglePackets, SecondFrameIsRefusedWhileABlockWaits) {
-    start();
-    expect_request();
+    start_and_be_asked();
     EXPECT_GE(send(story[0]), 0);
     EXPECT_LT(send(story[1]), 0);
     expect_block();
@@ -134,8 +132,7 @@ TEST_F(SoftwareDonglePackets, SecondFrameIsRefusedWhileABlockWaits) {
 }
 
 TEST_F(SoftwareDonglePackets, OnlyTypeFiveIsAccepted) {
-    start();
-    expect_request();
+    start_and_be_asked();
     dongle.fill(packet.data(), story[0].data());
     for (const int type : {INT_MIN, -5, -1, 0, 1, 2, 3, 4, 6, 7, 5 + 256, INT_MAX})
         EXPECT_LT(dongle.send(type, packet.data(), ambe_packet_bytes), 0) << type;
@@ -143,8 +140,7 @@ TEST_F(SoftwareDonglePackets, OnlyTypeFiveIsAccepted) {
 }
 
 TEST_F(SoftwareDonglePackets, OnlyFortyEightBytesAreAccepted) {
-    start();
-    expect_request();
+    start_and_be_asked();
     dongle.fill(packet.data(), story[0].data());
     for (const int length : {INT_MIN, -48, -1, 0, 1, 12, 47, 49, 96, 320, INT_MAX})
         EXPECT_LT(dongle.send(ambe_packet_type, packet.data(), length), 0) << length;
@@ -165,13 +161,11 @@ TEST_F(SoftwareDonglePackets, CapacityTooSmallForTheRequestIsAFailure) {
 
 TEST_F(SoftwareDonglePackets, CapacityTooSmallForTheBlockIsAFailure) {
     for (const int capacity : {INT_MIN, -320, -1, 0, 1, 48, 319}) {
-        start();
-        expect_request();
+        start_and_be_asked();
         EXPECT_GE(send(story[0]), 0);
         EXPECT_LT(receive_into(capacity), 0) << capacity;
     }
-    start();
-    expect_request();
+    start_and_be_asked();
     EXPECT_GE(send(story[0]), 0);
     EXPECT_EQ(receive_into(320), 320);
 }
@@ -202,8 +196,7 @@ TEST_F(SoftwareDonglePackets, NullPointersAreFailuresOrIgnored) {
 
 TEST_F(SoftwareDonglePackets, NoPortIsAsGoodAsAnyOther) {
     EXPECT_EQ(dongle.init(nullptr, 230400), 0);
-    start();
-    expect_request();
+    start_and_be_asked();
 }
 
 TEST_F(SoftwareDonglePackets, PreparingAndFillingStayWithinFortyEightBytes) {
@@ -219,8 +212,7 @@ TEST_F(SoftwareDonglePackets, PreparingAndFillingStayWithinFortyEightBytes) {
 TEST_F(SoftwareDonglePackets, PacketOfAnyBytesIsRefusedOrAnsweredByABlock) {
     std::uint32_t random = 1;
     for (int round = 0; round < 2000; ++round) {
-        start();
-        expect_request();
+        start_and_be_asked();
         for (std::uint8_t& byte : packet) byte = static_cast<std::uint8_t>((random = random * 69069 + 1) >> 24);
         if (dongle.send(ambe_packet_type, packet.data(), ambe_packet_bytes) < 0)
             expect_nothing();
@@ -263,8 +255,7 @@ TEST_F(SoftwareDonglePackets, FileDecodesToTheSameBytesWhereverItStands) {
 }
 
 TEST_F(SoftwareDonglePackets, StartingAloneRestartsTheDecoder) {
-    start();
-    expect_request();
+    start_and_be_asked();
     const Pcm first = decode_frame(dongle, packet.data(), story[40]);
     expect_request();
     EXPECT_NE(decode_frame(dongle, packet.data(), story[40]), first) << "the decoder has a memory";
@@ -274,8 +265,7 @@ TEST_F(SoftwareDonglePackets, StartingAloneRestartsTheDecoder) {
 }
 
 TEST_F(SoftwareDonglePackets, PreparingAloneRestartsTheDecoder) {
-    start();
-    expect_request();
+    start_and_be_asked();
     const Pcm first = decode_frame(dongle, packet.data(), story[40]);
     expect_request();
     EXPECT_NE(decode_frame(dongle, packet.data(), story[40]), first);
