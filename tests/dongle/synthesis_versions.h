@@ -2,6 +2,7 @@
 // A test of the synthesis, once with each version of the decoder, and what measures its samples.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <vector>
@@ -11,11 +12,12 @@
 
 using Samples = std::vector<float>;
 
-inline Harmonics harmonics_of(double fundamental, int count, bool voiced) {
+inline Harmonics harmonics_of(double fundamental, int count, bool voiced, float magnitude = 0) {
     Harmonics harmonics{};
     harmonics.fundamental = phase_of_turns(fundamental);
     harmonics.count = count;
-    for (int i = 0; i < count; i++) harmonics.voiced[i] = voiced ? ~0U : 0U;
+    std::fill_n(harmonics.voiced, count, voiced ? ~0U : 0U);
+    std::fill_n(harmonics.magnitude, count, magnitude);
     return harmonics;
 }
 

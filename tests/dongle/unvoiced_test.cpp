@@ -18,9 +18,7 @@ Harmonics one_bin(float magnitude) {
 }
 
 Harmonics flat_noise() {
-    Harmonics harmonics = harmonics_of(1.0 / 32, 14, false);  // bands of exactly four bins, from bin 2 to 57
-    for (int i = 0; i < 14; i++) harmonics.magnitude[i] = 3;
-    return harmonics;
+    return harmonics_of(1.0 / 32, 14, false, 3);  // bands of exactly four bins, from bin 2 to 57
 }
 
 // Amplitude of what is a sinusoid of four samples a period.
