@@ -61,21 +61,16 @@ Creation create(std::uint32_t tag, int failing, int mode = codec_mode_encode, st
     return result;
 }
 
-void expect_failure(const Creation& creation, const std::string& out, const char* err, int held) {
+void expect_failure(const Creation& creation, const std::string& out, const std::string& err, int held) {
     EXPECT_EQ(creation.stream, nullptr);
     EXPECT_EQ(creation.output.out, out);
     EXPECT_EQ(creation.output.err, err);
     EXPECT_EQ(creation.still_held, held);
 }
 
-const std::string pcm_line = codec_line("Linear PCM");
-const std::string alaw_line = codec_line("G.711 A-LAW");
-const std::string ulaw_line = codec_line("G.711 U-LAW");
-const std::string adpcm_line = codec_line("IMA ADPCM");
-const std::string gsm_line = codec_line("GSM 06.10");
-
 // A law's maps are built once in a process: the steps of one law stand in one test, in their order.
-void run_out_at_every_step_of_a_law(std::uint32_t tag, const std::string& line) {
+void run_out_at_every_step_of_a_law(std::uint32_t tag, const char* name) {
+    const std::string line = codec_line(name);
     expect_failure(create(tag, 1), "", "Out of memory for codec stream !\n", 0);
     expect_failure(create(tag, 2), line, "Out of memory for LAW CB !\n", 0);
     // Kept: the private block stays taken. Requests are the record, the private block, the encode map, the decode map.
@@ -102,40 +97,38 @@ void run_out_at_every_step_of_a_law(std::uint32_t tag, const std::string& line) 
 
 }  // namespace
 
-TEST(CodecMemory, LinearPcmRunsOutAtEveryRequest) {
-    expect_failure(create(0x0001, 1), "", "Out of memory for codec stream !\n", 0);
-    expect_failure(create(0x0001, 2), pcm_line, "Out of memory for IBUFF of 1024 !\n", 0);
-    const Creation whole = create(0x0001, 0);
-    EXPECT_NE(whole.stream, nullptr);
-    EXPECT_EQ(whole.requests_made, 2);
-}
-
 TEST(CodecMemory, AlawRunsOutAtEveryRequestAndAMissingMapIsTriedAgain) {
-    run_out_at_every_step_of_a_law(0x0006, alaw_line);
+    run_out_at_every_step_of_a_law(0x0006, "G.711 A-LAW");
 }
 
 TEST(CodecMemory, UlawRunsOutAtEveryRequestAndAMissingMapIsTriedAgain) {
-    run_out_at_every_step_of_a_law(0x0007, ulaw_line);
+    run_out_at_every_step_of_a_law(0x0007, "G.711 U-LAW");
 }
 
-TEST(CodecMemory, ImaAdpcmRunsOutAtEveryRequest) {
-    expect_failure(create(0x0011, 1), "", "Out of memory for codec stream !\n", 0);
-    expect_failure(create(0x0011, 2), adpcm_line, "Out of memory for ADPCM CB !\n", 0);
-    expect_failure(create(0x0011, 3), adpcm_line, "Out of memory for IBUFF of 4096 !\n", 1);
-    expect_failure(create(0x0011, 4), adpcm_line, "Out of memory for OBUFF of 1024 !\n", 1);
-    expect_failure(create(0x0011, 3, 0, 100), adpcm_line, "Out of memory for IBUFF of 100 !\n", 1);
-    expect_failure(create(0x0011, 4, 0, 100), adpcm_line, "Out of memory for OBUFF of 400 !\n", 1);
-    const Creation whole = create(0x0011, 0);
-    EXPECT_NE(whole.stream, nullptr);
-    EXPECT_EQ(whole.requests_made, 4);
-}
-
-TEST(CodecMemory, Gsm0610RunsOutAtEveryRequest) {
-    expect_failure(create(0x0031, 1), "", "Out of memory for codec stream !\n", 0);
-    expect_failure(create(0x0031, 2), gsm_line, "Out of memory for GSM CB !\n", 0);
-    expect_failure(create(0x0031, 3), gsm_line, "Out of memory for IBUFF of 640 !\n", 1);
-    expect_failure(create(0x0031, 4), gsm_line, "Out of memory for OBUFF of 65 !\n", 1);
-    EXPECT_NE(create(0x0031, 0).stream, nullptr);
+TEST(CodecMemory, EveryOtherCodecRunsOutAtEveryRequest) {
+    const struct {
+        std::uint32_t tag;
+        const char* name;
+        int mode;
+        std::int16_t block_bytes;
+        std::vector<std::string> wants;  // behind the record, in order; what stays held is the private block
+    } rows[] = {
+        {0x0001, "Linear PCM", codec_mode_encode, 0,   {"IBUFF of 1024"}                             },
+        {0x0011, "IMA ADPCM",  codec_mode_encode, 0,   {"ADPCM CB", "IBUFF of 4096", "OBUFF of 1024"}},
+        {0x0011, "IMA ADPCM",  0,                 100, {"ADPCM CB", "IBUFF of 100", "OBUFF of 400"}  },
+        {0x0031, "GSM 06.10",  codec_mode_encode, 0,   {"GSM CB", "IBUFF of 640", "OBUFF of 65"}     },
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        expect_failure(create(row.tag, 1, row.mode, row.block_bytes), "", "Out of memory for codec stream !\n", 0);
+        for (std::size_t i = 0; i < row.wants.size(); i++) {
+            const Creation failed = create(row.tag, static_cast<int>(i) + 2, row.mode, row.block_bytes);
+            expect_failure(failed, codec_line(row.name), "Out of memory for " + row.wants[i] + " !\n", i == 0 ? 0 : 1);
+        }
+        const Creation whole = create(row.tag, 0, row.mode, row.block_bytes);
+        EXPECT_NE(whole.stream, nullptr);
+        EXPECT_EQ(whole.requests_made, static_cast<int>(row.wants.size()) + 1);
+    }
 }
 
 TEST(CodecMemory, BlockSizeThatIsRefusedTakesNothingForGood) {

@@ -2,10 +2,9 @@
 // How a creation finds its row and what it does around the init, with a table that is built to tell the steps apart.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 #include "codec/codec_table.h"
 #include "support/capture.h"
+#include "support/stream_release.h"
 
 namespace {
 
@@ -44,18 +43,12 @@ int init_that_refuses(CodecStream& stream, int mode) {
     return -2;
 }
 
-void release(CodecStream* stream) {
-    std::free(stream->ibuff);
-    std::free(stream);
-}
-
-// The stream is the caller's to release.
-CodecStream* created(std::uint32_t tag, int mode = 1, std::int16_t block_bytes = 0) {
+StreamPtr created(std::uint32_t tag, int mode = 1, std::int16_t block_bytes = 0) {
     init_call = {};
     CodecStream* stream = nullptr;
     const Output output = output_of([&] { stream = codec_stream_create(tag, mode, &stereo_pcm, block_bytes); });
     EXPECT_EQ(output.out + output.err, "");
-    return stream;
+    return StreamPtr(stream);
 }
 
 }  // namespace
@@ -83,30 +76,23 @@ TEST(CodecRows, TagOneIsTheFirstRowWhateverItsTag) {
 }
 
 TEST(CodecRows, FirstRowIsNotSearched) {
-    CodecStream* stream = created(9);
+    const StreamPtr stream = created(9);
     ASSERT_NE(stream, nullptr);
     EXPECT_EQ(stream->name, codec_table[7].name);
-    release(stream);
 }
 
 TEST(CodecRows, FirstOfTwoRowsWithATagWins) {
-    CodecStream* stream = created(3);
+    const StreamPtr stream = created(3);
     ASSERT_NE(stream, nullptr);
     EXPECT_EQ(stream->name, codec_table[2].name);
-    release(stream);
 }
 
-TEST(CodecRows, RowWithoutACodecEndsTheSearchAsWell) {
-    EXPECT_EQ(created(2), nullptr);
-}
-
-TEST(CodecRows, RowWithoutANameEndsTheSearch) {
-    EXPECT_EQ(created(4), nullptr);
-    EXPECT_EQ(created(0), nullptr);
+TEST(CodecRows, RowWithoutACodecAndTheRowWithoutANameEndTheSearch) {
+    for (const std::uint32_t tag : {2u, 4u, 0u}) EXPECT_EQ(created(tag), nullptr) << tag;
 }
 
 TEST(CodecRows, InitFindsNameFormatsAndBlockSizeInAStreamOfZeroes) {
-    release(created(3, 7, -300));
+    created(3, 7, -300);
     EXPECT_EQ(init_call.mode, 7);
 
     EXPECT_STREQ(init_call.stream.name, "three");
@@ -130,9 +116,7 @@ TEST(CodecRows, InitThatRefusesGivesNullWithoutAnotherMessage) {
 }
 
 TEST(CodecRows, OnlyANegativeResultOfAnInitIsAFailure) {
-    CodecStream* stream = created(10);
-    ASSERT_NE(stream, nullptr);
-    release(stream);
+    EXPECT_NE(created(10), nullptr);
 }
 
 TEST(CodecRows, IbuffWithoutASizeIsRefused) {
@@ -142,15 +126,12 @@ TEST(CodecRows, IbuffWithoutASizeIsRefused) {
         EXPECT_STREQ(init_call.stream.name, "eleven");
     }
     ibuff_bytes_to_give = 1;
-    CodecStream* stream = created(11);
-    ASSERT_NE(stream, nullptr);
-    release(stream);
+    EXPECT_NE(created(11), nullptr);
 }
 
 TEST(CodecRows, ObuffOfZeroOrLessIsNoBuffer) {
-    CodecStream* stream = created(3);
+    const StreamPtr stream = created(3);
     ASSERT_NE(stream, nullptr);
     EXPECT_NE(stream->ibuff, nullptr);
     EXPECT_EQ(stream->obuff, nullptr);
-    release(stream);
 }

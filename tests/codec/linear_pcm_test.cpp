@@ -16,22 +16,6 @@ TEST(LinearPcm, EveryModeAndBlockSizeHasABlockOf1024BytesAndNoOutputBuffer) {
     }
 }
 
-TEST(LinearPcm, OutputFormatEqualsInputFormat) {
-    const StreamPtr stream = new_stream(linear_pcm, mode_encode, 0, nullptr, {2, 24, 44100});
-    EXPECT_EQ(stream->output_format.channels, 2);
-    EXPECT_EQ(stream->output_format.bits_per_sample, 24);
-    EXPECT_EQ(stream->output_format.sample_rate, 44100u);
-}
-
-TEST(LinearPcm, BytesComeOutUnchangedInPiecesOf1024) {
-    const StreamPtr stream = new_stream(linear_pcm, mode_encode);
-    BlockSink sink(stream);
-    const Bytes data = counting_bytes(3 * 1024 + 1);
-    write_to(*stream, data);
-    EXPECT_EQ(sink.blocks,
-              (std::vector<Bytes>{slice(data, 0, 1024), slice(data, 1024, 1024), slice(data, 2048, 1024)}));
-}
-
 TEST(LinearPcm, BytesAreReadUnchanged) {
     const StreamPtr stream = new_stream(linear_pcm, mode_decode);
     const Bytes data = counting_bytes(2000);
