@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <fstream>
 #include <string>
 
 #include "support/capture.h"
@@ -108,59 +107,34 @@ TEST(VoiceRecording, FrameIsBytes15To26OfARecordOfAnyLength) {
     }
 }
 
+// A record or frame that begins in the file and ends beyond its size is one of the file.
 TEST(VoiceRecording, FileThatGrowsWhileItIsReadEndsAfter65536FramesFromBeyondItsSize) {
-    const TempDir dir;
-    write_file(dir / "rec", dvtool_recording({record(frame(1)), record(frame(2))}));
-    static VoiceRecording recording;
-    output_of([&] { ASSERT_EQ(voice_recording_open(recording, (dir / "rec").c_str()), 0); });
-    std::ofstream more(dir / "rec", std::ios::binary | std::ios::app);
-    const Bytes empty_records(2 * 100000, 0);
-    more.write(reinterpret_cast<const char*>(empty_records.data()), 2 * 100000);
-    more.close();
-    int count = 0;
-    while (count < 200000 && voice_recording_next(recording)) count++;
-    EXPECT_EQ(count, 2 + 65536);
-    voice_recording_close(recording);
-}
-
-TEST(VoiceRecording, RawFileThatGrowsWhileItIsReadEndsAfter65536FramesFromBeyondItsSizeToo) {
-    const TempDir dir;
-    write_file(dir / "rec", raw_recording(frames(2)));
-    static VoiceRecording recording;
-    output_of([&] { ASSERT_EQ(voice_recording_open(recording, (dir / "rec").c_str()), 0); });
-    std::ofstream more(dir / "rec", std::ios::binary | std::ios::app);
-    const Bytes further(12 * 70000, 0x33);
-    more.write(reinterpret_cast<const char*>(further.data()), 12 * 70000);
-    more.close();
-    int count = 0;
-    while (count < 200000 && voice_recording_next(recording)) count++;
-    EXPECT_EQ(count, 2 + 65536);
-    voice_recording_close(recording);
-}
-
-TEST(VoiceRecording, RecordThatBeginsInTheFileAndEndsBeyondItsSizeIsOneOfTheFile) {
-    const TempDir dir;
+    const Bytes two_records = dvtool_recording({record(frame(1)), record(frame(2))});
+    const Bytes no_record = dvtool_recording({});
     const Bytes last = with_length(record(frame(2)));
-    write_file(dir / "rec", dvtool_recording({}) + first_bytes(last, 10));
-    static VoiceRecording recording;
-    output_of([&] { ASSERT_EQ(voice_recording_open(recording, (dir / "rec").c_str()), 0); });
-    write_file(dir / "rec", dvtool_recording({}) + last + zeros(2 * 65537));
-    int count = 0;
-    while (count < 200000 && voice_recording_next(recording)) count++;
-    EXPECT_EQ(count, 1 + 65536);
-    voice_recording_close(recording);
-}
-
-TEST(VoiceRecording, RawFrameThatBeginsInTheFileAndEndsBeyondItsSizeIsOneOfTheFile) {
-    const TempDir dir;
-    write_file(dir / "rec", Bytes(13, 0x33));
-    static VoiceRecording recording;
-    output_of([&] { ASSERT_EQ(voice_recording_open(recording, (dir / "rec").c_str()), 0); });
-    write_file(dir / "rec", Bytes(12 * 70000, 0x33));
-    int count = 0;
-    while (count < 200000 && voice_recording_next(recording)) count++;
-    EXPECT_EQ(count, 2 + 65536);
-    voice_recording_close(recording);
+    const Bytes empty_records = zeros(2 * 70000);
+    const Bytes raw(12 * 70000, 0x33);
+    const struct {
+        const char* what;
+        Bytes when_opened, when_read;
+        std::size_t frames_of_the_file;
+    } rows[] = {
+        {"records",                     two_records, two_records + empty_records,      2},
+        { "raw frames",              first_bytes(raw,         24),                              raw, 2},
+        { "record across the end", no_record + first_bytes(last,         10), no_record + last + empty_records, 1},
+        { "raw frame across the end",              first_bytes(raw,         13),                              raw, 2},
+    };
+    for (const auto& row : rows) {
+        const TempDir dir;
+        write_file(dir / "rec", row.when_opened);
+        static VoiceRecording recording;
+        output_of([&] { ASSERT_EQ(voice_recording_open(recording, (dir / "rec").c_str()), 0); });
+        write_file(dir / "rec", row.when_read);
+        std::size_t count = 0;
+        while (count < 200000 && voice_recording_next(recording)) count++;
+        EXPECT_EQ(count, row.frames_of_the_file + frames_without_input) << row.what;
+        voice_recording_close(recording);
+    }
 }
 
 // Nothing is sought in it: the first record is skipped byte by byte. It has no size, so that its frames are not
