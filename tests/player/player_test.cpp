@@ -13,11 +13,9 @@
 #include "player/program_info.h"
 #include "player/stream_owner.h"
 #include "support/capture.h"
+#include "support/messages.h"
 
 namespace {
-
-const std::string no_device_line = "No audio devices detected.\n";
-const std::string device_line = "Using device 'Linux Audio Test'.\n";
 
 // A player whose codec stream stands, with the sound device that was asked for.
 struct AudioStart {

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <string>
 
 #include "player/stream_owner.h"
@@ -32,6 +33,33 @@ Bytes pulled() {
 }
 
 const Bytes silence(320, 0);
+
+// A player that converts "rec.ambe" of its directory.
+class ConvertSink : public testing::Test {
+  protected:
+    void SetUp() override {
+        output_of([this] { ASSERT_EQ(player_start_codec(player), 0); });
+    }
+
+    // From the start of the sink to its stop; what was said comes back.
+    Output converted(const std::function<void()>& action = [] {}) {
+        return output_of([&] {
+            ASSERT_EQ(convert_sink.start(player, (dir / "rec.ambe").c_str()), 0);
+            action();
+            convert_sink.stop(player);
+        });
+    }
+    Bytes wave() const { return read_file(dir / "rec.wav"); }
+
+    void expect_no_callback() const {
+        EXPECT_EQ(player.stream->io, nullptr);
+        EXPECT_EQ(player.stream->io_context, nullptr);
+    }
+
+    TempDir dir;
+    Player player;
+    StreamOwner owner{player};
+};
 
 }  // namespace
 
@@ -87,98 +115,55 @@ TEST(PullBlock, ContextIsIgnored) {
     EXPECT_EQ(block, silence);
 }
 
-TEST(ConvertSink, OutputThatCannotBeCreatedIsSaid) {
-    const TempDir dir;
-    Player player;
-    const StreamOwner owner{player};
-    output_of([&] { ASSERT_EQ(player_start_codec(player), 0); });
+TEST_F(ConvertSink, OutputThatCannotBeCreatedIsSaid) {
     int result = 0;
     const std::string path = dir / "missing/rec.ambe";
     const Output output = output_of([&] { result = convert_sink.start(player, path.c_str()); });
     EXPECT_EQ(result, -1);
     EXPECT_EQ(output.out, " to '" + (dir / "missing/rec.wav") + "': CANNOT CREATE\n");
     EXPECT_EQ(output.err, "Unable to create file '" + (dir / "missing/rec.wav") + "' !\n");
-    EXPECT_EQ(player.stream->io, nullptr);
-    EXPECT_EQ(player.stream->io_context, nullptr);
+    expect_no_callback();
 }
 
-TEST(ConvertSink, FileWithoutBlocksHoldsTheFormatAndNothingElse) {
-    const TempDir dir;
-    Player player;
-    const StreamOwner owner{player};
-    output_of([&] { ASSERT_EQ(player_start_codec(player), 0); });
-    const Output output = output_of([&] {
-        ASSERT_EQ(convert_sink.start(player, (dir / "rec.ambe").c_str()), 0);
-        convert_sink.stop(player);
-    });
+TEST_F(ConvertSink, FileWithoutBlocksHoldsTheFormatAndNothingElse) {
+    const Output output = converted();
     EXPECT_EQ(output.out, " to '" + (dir / "rec.wav") + "': ");
     EXPECT_EQ(output.err, "> Closing RIFF.\n> RIFF closed.\n");
-    EXPECT_EQ(player.stream->io, nullptr);
-    EXPECT_EQ(player.stream->io_context, nullptr);
-    EXPECT_EQ(read_file(dir / "rec.wav").size(), 36u);
+    expect_no_callback();
+    EXPECT_EQ(wave().size(), 36u);
 }
 
-TEST(ConvertSink, BlocksReachTheFileThroughTheCodecStream) {
-    const TempDir dir;
-    Player player;
-    const StreamOwner owner{player};
+TEST_F(ConvertSink, BlocksReachTheFileThroughTheCodecStream) {
     const Bytes block(320, 0x21);
-    output_of([&] {
-        ASSERT_EQ(player_start_codec(player), 0);
-        ASSERT_EQ(convert_sink.start(player, (dir / "rec.ambe").c_str()), 0);
+    converted([&] {
         for (int i = 0; i < 4; i++) convert_sink.write(player, pcm_block(block));  // byte 1025 of 1280 sends 1024 on
-        convert_sink.stop(player);
     });
-    const Bytes file = read_file(dir / "rec.wav");
-    ASSERT_EQ(file.size(), 44u + 1024u);
-    EXPECT_EQ(Bytes(file.begin() + 44, file.end()), Bytes(1024, 0x21));
+    ASSERT_EQ(wave().size(), 44u + 1024u);
+    EXPECT_EQ(from_byte(wave(), 44), Bytes(1024, 0x21));
 }
 
-TEST(ConvertSink, FormatInTheFileIsThatOfTheStreamsOutput) {
-    const TempDir dir;
-    Player player;
-    const StreamOwner owner{player};
-    output_of([&] {
-        ASSERT_EQ(player_start_codec(player), 0);
-        player.stream->output_format = {.channels = 2, .bits_per_sample = 24, .sample_rate = 44100};
-        ASSERT_EQ(convert_sink.start(player, (dir / "rec.ambe").c_str()), 0);
-        convert_sink.stop(player);
-    });
-    const Bytes file = read_file(dir / "rec.wav");
-    ASSERT_EQ(file.size(), 36u);
+TEST_F(ConvertSink, FormatInTheFileIsThatOfTheStreamsOutput) {
+    player.stream->output_format = {.channels = 2, .bits_per_sample = 24, .sample_rate = 44100};
+    converted();
     // 44100 is 0xAC44; 6 bytes a frame make 264600, 0x040998, bytes a second.
-    EXPECT_EQ(Bytes(file.begin() + 20, file.end()),
-              bytes({1, 0, 2, 0, 0x44, 0xAC, 0, 0, 0x98, 0x09, 0x04, 0, 6, 0, 24, 0}));
+    EXPECT_EQ(from_byte(wave(), 20), bytes({1, 0, 2, 0, 0x44, 0xAC, 0, 0, 0x98, 0x09, 0x04, 0, 6, 0, 24, 0}));
 }
 
-TEST(ConvertSink, CodecCallbackReturnsTheBytesThatWereWritten) {
-    const TempDir dir;
-    Player player;
-    const StreamOwner owner{player};
+TEST_F(ConvertSink, CodecCallbackReturnsTheBytesThatWereWritten) {
     Bytes data = bytes({1, 2, 3, 4, 5});
-    output_of([&] {
-        ASSERT_EQ(player_start_codec(player), 0);
-        ASSERT_EQ(convert_sink.start(player, (dir / "rec.ambe").c_str()), 0);
+    converted([&] {
         EXPECT_EQ(player.stream->io(player.stream->io_context, data.data(), 5), 5);
         EXPECT_EQ(player.stream->io(player.stream->io_context, data.data(), 0), 0);
-        convert_sink.stop(player);
     });
-    EXPECT_EQ(read_file(dir / "rec.wav").size(), 44u + 5u);
+    EXPECT_EQ(wave().size(), 44u + 5u);
 }
 
-TEST(ConvertSink, FileThatIsClosedIsNoLongerRescued) {
-    const TempDir dir;
-    Player player;
-    const StreamOwner owner{player};
-    output_of([&] {
-        ASSERT_EQ(player_start_codec(player), 0);
-        ASSERT_EQ(convert_sink.start(player, (dir / "rec.ambe").c_str()), 0);
-        convert_sink.stop(player);
-        // Takes the descriptor that the WAVE file had.
-        std::FILE* other = std::fopen((dir / "other").c_str(), "wb+");
-        riff_rescue_in_signal();
-        std::fclose(other);
-    });
+TEST_F(ConvertSink, FileThatIsClosedIsNoLongerRescued) {
+    converted();
+    // Takes the descriptor that the WAVE file had.
+    std::FILE* other = std::fopen((dir / "other").c_str(), "wb+");
+    riff_rescue_in_signal();
+    std::fclose(other);
     EXPECT_EQ(read_file(dir / "other"), Bytes{});
 }
 
