@@ -52,8 +52,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Throws{data, data + size}
     };
     const ProgramRun run = random_program(dice);
-    const ProgramOutcome program = run_program_in_process(run, directory() + "/run");
-    const ProgramOutcome model = model_program(run, directory() + "/run");
+    const WalkOutcome program = run_program_in_process(run, directory() + "/run");
+    const WalkOutcome model = model_program(run, directory() + "/run");
     if (program == model) return 0;
     std::fprintf(stderr, "%s", difference_of(program, model).c_str());
     abort();

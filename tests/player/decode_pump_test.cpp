@@ -53,12 +53,20 @@ struct PumpRun : TempDir {
                 "stderr: > DVX closed.\\n"};
     }
 
+    // What stands behind `start` in the lines of the trace that begin with it.
+    Lines behind(const std::string& start) const {
+        Lines rest;
+        for (const std::string& line : outcome.trace) {
+            if (line.starts_with(start)) rest.push_back(line.substr(start.size()));
+        }
+        return rest;
+    }
+    int count(const std::string& start) const { return static_cast<int>(behind(start).size()); }
+
     // All of standard output.
     std::string printed() const {
         std::string text;
-        for (const std::string& line : outcome.trace) {
-            if (line.rfind("stdout: ", 0) == 0) text += line.substr(8);
-        }
+        for (const std::string& piece : behind("stdout: ")) text += piece;
         return text;
     }
 
@@ -67,9 +75,9 @@ struct PumpRun : TempDir {
     std::string steps() const {
         std::string text;
         for (const std::string& line : outcome.trace) {
-            if (line.rfind("poll keyboard", 0) == 0) text += " spin";
-            if (line.rfind("dongle_recv", 0) == 0) text += " recv";
-            if (line.rfind("ambe_send(packet, ", 0) == 0) {
+            if (line.starts_with("poll keyboard")) text += " spin";
+            if (line.starts_with("dongle_recv")) text += " recv";
+            if (line.starts_with("ambe_send(packet, ")) {
                 text += " send " + std::to_string(std::stoi(line.substr(18, 2), nullptr, 16));
             }
         }
@@ -85,9 +93,9 @@ void expect_steps(const std::string& steps, const std::vector<Answer>& answers, 
     EXPECT_EQ(PumpRun(raw_walk(9, answers, polls)).steps(), steps);
 }
 
-std::string frame_text(int number) {
-    const Bytes frame(ambe_frame_bytes, static_cast<std::uint8_t>(number));
-    return hex(frame.data(), frame.size());
+// The frame that is twelve times that byte.
+std::string frame_text(int byte) {
+    return hex(Bytes(ambe_frame_bytes, static_cast<std::uint8_t>(byte)));
 }
 
 Lines between(const Lines& trace, const std::string& first, const std::string& last) {
@@ -98,11 +106,6 @@ Lines between(const Lines& trace, const std::string& first, const std::string& l
 
 bool holds(const Lines& trace, const std::string& line) {
     return std::find(trace.begin(), trace.end(), line) != trace.end();
-}
-
-int count_starting_with(const Lines& trace, const std::string& start) {
-    return static_cast<int>(
-        std::count_if(trace.begin(), trace.end(), [&](const std::string& line) { return line.rfind(start, 0) == 0; }));
 }
 
 }  // namespace
@@ -204,8 +207,8 @@ TEST(DecodePump, TypeCountsForNothingWhenNothingOrAFailureIsReceived) {
 
 TEST(DecodePump, TypeIsPresetTo0AndTheCapacityIs400AtEveryReceive) {
     const PumpRun run(raw_walk(9, {wants_frame, pcm_block, unknown, nothing, timed_out}));
-    EXPECT_EQ(count_starting_with(run.outcome.trace, "dongle_recv("), 5);
-    EXPECT_EQ(count_starting_with(run.outcome.trace, "dongle_recv(0, 400) = "), 5);
+    EXPECT_EQ(run.count("dongle_recv("), 5);
+    EXPECT_EQ(run.count("dongle_recv(0, 400) = "), 5);
 }
 
 TEST(DecodePump, VocoderThatOnlySendsBlocksGetsNoFurtherFrame) {
@@ -238,8 +241,8 @@ TEST(DecodePump, EveryOtherKeyIsDropped) {
         if (value != ' ') polls.push_back(key(value));
     }
     const PumpRun run(raw_walk(300, std::vector<Answer>(299, wants_frame), polls));
-    EXPECT_EQ(count_starting_with(run.outcome.trace, "read 1 key"), 255);
-    EXPECT_EQ(count_starting_with(run.outcome.trace, "dongle_send"), 299);
+    EXPECT_EQ(run.count("read 1 key"), 255);
+    EXPECT_EQ(run.count("dongle_send"), 299);
     EXPECT_EQ(run.printed().find("STOPPED"), std::string::npos);
 }
 
@@ -251,8 +254,8 @@ TEST(DecodePump, EndOfInputAndAKeyboardThatFailsLetTheRunGoOn) {
 
 TEST(DecodePump, OneKeyIsReadATurnAndOnlyWhenOneWaits) {
     const PumpRun run(raw_walk(9, {wants_frame, wants_frame}, {key('a'), no_key, key('b')}));
-    EXPECT_EQ(count_starting_with(run.outcome.trace, "poll keyboard"), 3);
-    EXPECT_EQ(count_starting_with(run.outcome.trace, "read 1 key"), 2);
+    EXPECT_EQ(run.count("poll keyboard"), 3);
+    EXPECT_EQ(run.count("read 1 key"), 2);
 }
 
 // --- start and teardown
@@ -358,8 +361,8 @@ TEST(DecodePump, OutputWhoseFormatCannotBeWrittenIsClosedAndSaid) {
         ASSERT_GE(trace.size(), 3u);
         EXPECT_EQ(trace[trace.size() - 3], "fclose(" + run.output() + ")") << room;
         EXPECT_EQ(trace[trace.size() - 2], "fclose(" + run.input() + ")") << room;
-        EXPECT_EQ(count_starting_with(trace, "ambe_init") + count_starting_with(trace, "dongle_run"), 0) << room;
-        EXPECT_EQ(count_starting_with(trace, "tcgetattr"), 0) << room;
+        EXPECT_EQ(run.count("ambe_init") + run.count("dongle_run"), 0) << room;
+        EXPECT_EQ(run.count("tcgetattr"), 0) << room;
         EXPECT_EQ(run.outcome.results, std::vector<int>{-1});
     }
 }
@@ -370,7 +373,7 @@ TEST(DecodePump, OutputWhoseOuterHeaderCannotBeWrittenIsNotCreated) {
         walk.output_room = room;
         const PumpRun run(walk);
         EXPECT_EQ(run.printed(), "Converting file '" + run.input() + "' to '" + run.output() + "': CANNOT CREATE\\n");
-        EXPECT_EQ(count_starting_with(run.outcome.trace, "ambe_init"), 0) << room;
+        EXPECT_EQ(run.count("ambe_init"), 0) << room;
         EXPECT_EQ(run.outcome.results, std::vector<int>{-1});
     }
 }
@@ -386,7 +389,7 @@ TEST(DecodePump, RawRecordingThatCannotBeOpenedAgainIsDone) {
     walk.failing_fopen = 2;
     const PumpRun run(walk);
     EXPECT_EQ(run.steps(), "spin DONE");
-    EXPECT_EQ(count_starting_with(run.outcome.trace, "fclose(" + run.input() + ")"), 1) << "there is no second one";
+    EXPECT_EQ(run.count("fclose(" + run.input() + ")"), 1) << "there is no second one";
     EXPECT_EQ(run.outcome.results, std::vector<int>{0});
 }
 
@@ -416,10 +419,7 @@ TEST(DecodePump, AudioThatCannotStartLeavesTheRecordingOpen) {
 
 TEST(DecodePump, SpinnerTurnsAndFlushesAtEverySpin) {
     const PumpRun run(raw_walk(9, {wants_frame, wants_frame, wants_frame, wants_frame, failed}));
-    Lines written;
-    for (const std::string& line : run.outcome.trace) {
-        if (line.rfind("stdout: ", 0) == 0) written.push_back(line.substr(8));
-    }
+    const Lines written = run.behind("stdout: ");
     ASSERT_EQ(written.size(), 5u);
     EXPECT_EQ(Lines(written.begin() + 1, written.end()), (Lines{"/\\b", "-\\b", "\\\\b", "|\\b"}));
 }
@@ -452,11 +452,8 @@ TEST(DecodePump, StaleBytesAreReversedAgainWhenTheyAreSentAgain) {
     Walk walk = raw_walk(0, {wants_frame, wants_frame, wants_frame, failed});
     walk.recordings[0].content = content;
     walk.reverse_bits = true;
-    Lines sent;
-    for (const std::string& line : PumpRun(walk).outcome.trace) {
-        if (line.rfind("ambe_send(packet, ", 0) == 0) sent.push_back(line.substr(18, 2));
-    }
-    EXPECT_EQ(sent, (Lines{"80", "01", "80"}));
+    EXPECT_EQ(PumpRun(walk).behind("ambe_send(packet, "),
+              (Lines{frame_text(0x80) + ")", frame_text(0x01) + ")", frame_text(0x80) + ")"}));
 }
 
 TEST(DecodePump, BlocksReachTheWaveFileOnceTheByteAfterAStreamBlockComes) {
@@ -503,13 +500,9 @@ TEST(DecodePump, PlayedBlockIsPulledOnceThenSilenceAndANewerOneReplacesIt) {
     };
     Walk walk = raw_walk(9, {pull(pcm_block, 1, 1), pull(pcm_block, 0, 2), pull(nothing, 2, 0), pull(failed, 1, 0)});
     walk.convert = false;
-    Lines pulled;
-    for (const std::string& line : PumpRun(walk).outcome.trace) {
-        if (line.rfind("pulled ", 0) == 0) pulled.push_back(line);
-    }
     const Bytes second = packet_bytes(2);
-    EXPECT_EQ(pulled, (Lines{"pulled 320: silence", "pulled 320: " + block_text(second.data()), "pulled 320: silence",
-                             "pulled 320: silence"}));
+    EXPECT_EQ(PumpRun(walk).behind("pulled 320: "),
+              (Lines{"silence", block_text(second.data()), "silence", "silence"}));
 }
 
 TEST(DecodePump, NextFileStartsAfterOneThatFailed) {

@@ -116,28 +116,12 @@ int start_and_run(PumpModel& program, const ProgramRun& run, const Options& opti
 
 }  // namespace
 
-ProgramOutcome model_program(const ProgramRun& run, const std::string& directory) {
+WalkOutcome model_program(const ProgramRun& run, const std::string& directory) {
     const Options options = options_of(run);
     PumpModel program(options.walk, pump_table);
-    ProgramOutcome outcome;
-    outcome.status = start_and_run(program, run, options, directory);
+    const int status = start_and_run(program, run, options, directory);
     flushes(program);
+    program.outcome.results = {status};
     program.outcome.wave_files.resize(run.walk.recordings.size());
-    outcome.trace = program.outcome.trace;
-    outcome.wave_files = program.outcome.wave_files;
-    outcome.answers_given = program.outcome.answers_given;
-    return outcome;
-}
-
-std::string difference_of(const ProgramOutcome& program, const ProgramOutcome& model) {
-    std::string text;
-    std::size_t i = 0;
-    for (; i < program.trace.size() && i < model.trace.size() && program.trace[i] == model.trace[i]; i++)
-        text += "  " + program.trace[i] + "\n";
-    if (i < program.trace.size()) text += "program then: " + program.trace[i] + "\n";
-    if (i < model.trace.size()) text += "model then:   " + model.trace[i] + "\n";
-    if (program.status != model.status)
-        text += "status " + std::to_string(program.status) + ", not " + std::to_string(model.status) + "\n";
-    if (program.wave_files != model.wave_files) text += "the WAVE files differ\n";
-    return text;
+    return program.outcome;
 }

@@ -44,19 +44,5 @@ struct ProgramRun {
     Walk walk = {};
 };
 
-struct ProgramOutcome {
-    int status = 0;
-    std::vector<std::string> trace = {};
-    std::vector<Bytes> wave_files = {};  // one a recording; empty when there is none
-    std::size_t answers_given = 0;
-
-    bool operator==(const ProgramOutcome& other) const {
-        return status == other.status && trace == other.trace && wave_files == other.wave_files;
-    }
-};
-
-ProgramOutcome run_program_in_process(const ProgramRun& run, const std::string& directory);
-ProgramOutcome model_program(const ProgramRun& run, const std::string& directory);
-
-// The first line in which the two traces differ, with what went before; which of the other results differ.
-std::string difference_of(const ProgramOutcome& program, const ProgramOutcome& model);
+WalkOutcome run_program_in_process(const ProgramRun& run, const std::string& directory);
+WalkOutcome model_program(const ProgramRun& run, const std::string& directory);

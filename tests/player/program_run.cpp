@@ -73,7 +73,7 @@ extern "C" CodecStream* WRAPPED_CREATE(std::uint32_t tag, int mode, const PcmFor
     return stream;
 }
 
-ProgramOutcome run_program_in_process(const ProgramRun& run, const std::string& directory) {
+WalkOutcome run_program_in_process(const ProgramRun& run, const std::string& directory) {
     lay_out(run.walk, directory);
     drain_block();
     set_environment("SOUNDCARD", run.soundcard);
@@ -83,7 +83,7 @@ ProgramOutcome run_program_in_process(const ProgramRun& run, const std::string& 
 
     AudioControl control = {};
     strcpy(control.name, "a device");
-    ProgramOutcome outcome;
+    WalkOutcome outcome;
     {
         const TracedRun traced({.answers = run.walk.answers,
                                 .polls = run.walk.polls,
@@ -94,7 +94,7 @@ ProgramOutcome run_program_in_process(const ProgramRun& run, const std::string& 
                                 .audio_start_result = run.walk.audio_start_result,
                                 .failing_fopen = run.walk.failing_fopen,
                                 .output_room = run.walk.output_room});
-        outcome.status = status_of_main(words);
+        outcome.results = {status_of_main(words)};
         fflush(stdout);
         outcome.trace = surroundings().trace;
         outcome.answers_given = surroundings().answers_given;

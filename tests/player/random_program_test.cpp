@@ -29,8 +29,8 @@ TEST(RandomProgram, ProgramDoesWhatItsModelDoes) {
     Dice dice = {std::mt19937(seed)};
     for (int i = 0; i < runs; i++) {
         const ProgramRun run = random_program(dice);
-        const ProgramOutcome program = run_program_in_process(run, directory);
-        const ProgramOutcome model = model_program(run, directory);
+        const WalkOutcome program = run_program_in_process(run, directory);
+        const WalkOutcome model = model_program(run, directory);
         ASSERT_TRUE(program == model) << "run " << i << ":\n" << difference_of(program, model);
     }
 }
@@ -40,8 +40,8 @@ TEST(RandomProgram, DifferenceIsFoundAndShown) {
     const ProgramRun run = conversion({{.kind = Argument::Kind::write}});
     ProgramRun other = run;
     other.walk.answers[0].length = 34;
-    const ProgramOutcome program = run_program_in_process(run, dir / "run");
-    const ProgramOutcome model = model_program(other, dir / "run");
+    const WalkOutcome program = run_program_in_process(run, dir / "run");
+    const WalkOutcome model = model_program(other, dir / "run");
     EXPECT_FALSE(program == model);
     EXPECT_NE(difference_of(program, model).find("program then: dongle_recv(0, 400) = 48, 5\n"), std::string::npos)
         << difference_of(program, model);

@@ -3,7 +3,6 @@
 // the plain model of its table does. A difference is shown for the fewest answers that bring it out.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
 
 #include "player/pump_model.h"
@@ -19,24 +18,6 @@ Walk with_answers(Walk walk, std::size_t count) {
     return walk;
 }
 
-std::string lines(const std::vector<std::string>& trace) {
-    std::string text;
-    for (const std::string& line : trace) text += "  " + line + "\n";
-    return text;
-}
-
-// What differs first, with what went before.
-std::string difference(const WalkOutcome& pump, const WalkOutcome& model) {
-    const auto [in_pump, in_model] =
-        std::mismatch(pump.trace.begin(), pump.trace.end(), model.trace.begin(), model.trace.end());
-    std::string text = lines({pump.trace.begin(), in_pump});
-    if (in_pump != pump.trace.end()) text += "pump then:  " + *in_pump + "\n";
-    if (in_model != model.trace.end()) text += "model then: " + *in_model + "\n";
-    if (pump.results != model.results) text += "the results of the files differ\n";
-    if (pump.wave_files != model.wave_files) text += "the WAVE files differ\n";
-    return text;
-}
-
 struct Shrunk {
     std::size_t answers = 0;  // of the shortest walk that differs
     std::string text;         // empty: none differs
@@ -47,7 +28,7 @@ Shrunk shortest_difference(const Walk& walk, const std::string& directory, const
         const Walk prefix = with_answers(walk, count);
         const WalkOutcome pump = walk_pump(prefix, directory);
         const WalkOutcome model = walk_model(prefix, directory, table);
-        if (!(pump == model)) return {count, difference(pump, model)};
+        if (!(pump == model)) return {count, difference_of(pump, model)};
     }
     return {};
 }
@@ -89,5 +70,6 @@ TEST(RandomWalk, DifferenceIsShownForTheFewestAnswersThatBringItOut) {
     });
     const Shrunk shrunk = shortest_difference(walk, dir / "walk", wrong);
     EXPECT_EQ(shrunk.answers, 4u);
-    EXPECT_NE(shrunk.text.find("  dongle_recv(0, 400) = 7, 7\npump then:  stdout: "), std::string::npos) << shrunk.text;
+    EXPECT_NE(shrunk.text.find("  dongle_recv(0, 400) = 7, 7\nprogram then: stdout: "), std::string::npos)
+        << shrunk.text;
 }

@@ -3,6 +3,7 @@
 
 #include <stdio.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "link/dongle.h"
@@ -10,6 +11,18 @@
 #include "player/decode_pump.h"
 #include "player/player.h"
 #include "player/sink.h"
+
+std::string difference_of(const WalkOutcome& program, const WalkOutcome& model) {
+    const auto [in_program, in_model] =
+        std::mismatch(program.trace.begin(), program.trace.end(), model.trace.begin(), model.trace.end());
+    std::string text;
+    for (auto line = program.trace.begin(); line != in_program; ++line) text += "  " + *line + "\n";
+    if (in_program != program.trace.end()) text += "program then: " + *in_program + "\n";
+    if (in_model != model.trace.end()) text += "model then:   " + *in_model + "\n";
+    if (program.results != model.results) text += "the results or the exit statuses differ\n";
+    if (program.wave_files != model.wave_files) text += "the WAVE files differ\n";
+    return text;
+}
 
 void lay_out(const Walk& walk, const std::string& directory) {
     std::filesystem::remove_all(directory);

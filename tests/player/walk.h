@@ -27,7 +27,7 @@ struct Walk {
 
 struct WalkOutcome {
     std::vector<std::string> trace;
-    std::vector<int> results;       // of decode_file, one a recording
+    std::vector<int> results;       // of decode_file, one a recording; of a whole program, its exit status
     std::vector<Bytes> wave_files;  // one a recording; empty when there is none
     std::size_t answers_given = 0;
 
@@ -35,6 +35,9 @@ struct WalkOutcome {
         return trace == other.trace && results == other.results && wave_files == other.wave_files;
     }
 };
+
+// The first line in which the two traces differ, with what went before; which of the other results differ.
+std::string difference_of(const WalkOutcome& program, const WalkOutcome& model);
 
 // The names of recording `index` (from 0) and of what it is converted to.
 std::string recording_path(const std::string& directory, std::size_t index);
