@@ -43,8 +43,7 @@ TEST_F(Keyboard, RawOnAndOffPrintNothingWhenTheySucceed) {
 
 TEST_F(Keyboard, KeyComesWithoutEnterAndWithoutEcho) {
     kb_raw_on();
-    pty.send(" ");
-    ASSERT_TRUE(pty.has_input());
+    deliver(" ");
     EXPECT_EQ(kb_hit(), 1);
     EXPECT_EQ(kb_getkey(), ' ');
     EXPECT_THAT(pty.receive(1, 50), IsEmpty());
@@ -74,8 +73,7 @@ TEST_F(Keyboard, HitReturnsZeroAtOnceWhenNoKeyIsPressed) {
 
 TEST_F(Keyboard, GetkeyTakesOneKeyATime) {
     kb_raw_on();
-    pty.send("ab");
-    ASSERT_TRUE(pty.has_input());
+    deliver("ab");
     EXPECT_EQ(kb_getkey(), 'a');
     EXPECT_EQ(kb_hit(), 1);
     EXPECT_EQ(kb_getkey(), 'b');
@@ -114,8 +112,7 @@ TEST_F(Keyboard, AfterRawOffTheTerminalEchoesAndWorksLineByLineAgain) {
     pty.send("a");
     EXPECT_EQ(pty.receive(1), bytes_of("a"));  // the echo
     EXPECT_EQ(kb_hit(), 0);
-    pty.send("\n");
-    ASSERT_TRUE(pty.has_input());
+    deliver("\n");
     EXPECT_EQ(kb_getkey(), 'a');
 }
 

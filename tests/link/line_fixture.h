@@ -29,6 +29,13 @@ class LineFixture : public testing::Test {
         return descriptor;
     }
 
+    // Sends from the other end, and waits until it is there for the code under test.
+    void deliver(const Bytes& sent) {
+        pty.send(sent);
+        ASSERT_TRUE(pty.has_input());
+    }
+    void deliver(const std::string& text) { deliver(bytes_of(text)); }
+
     static void expect_line_closed() {
         EXPECT_EQ(tio_write("x", 1), -1);
         EXPECT_EQ(last_error(), "write error (9) on -1");

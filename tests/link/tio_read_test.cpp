@@ -12,13 +12,14 @@ namespace {
 
 using testing::IsEmpty;
 
-class SerialLineRead : public LineFixture {};
-
-class Peek : public LineFixture {};
+class SerialLineRead : public LineFixture {
+  protected:
+    char byte = 'u';
+};
+class Peek : public SerialLineRead {};
 
 TEST_F(SerialLineRead, ReturnsZeroAtOnceAndDoesNotReadWhenNoByteIsWaiting) {
     open_line();
-    char byte = 'u';
     EXPECT_EQ(tio_read(&byte, 1), 0);
     EXPECT_EQ(libc_calls().reads, 0);
     EXPECT_EQ(byte, 'u');
@@ -26,8 +27,7 @@ TEST_F(SerialLineRead, ReturnsZeroAtOnceAndDoesNotReadWhenNoByteIsWaiting) {
 
 TEST_F(SerialLineRead, ReturnsTheNumberOfBytesWaiting) {
     open_line();
-    pty.send("abc");
-    ASSERT_TRUE(pty.has_input());
+    deliver("abc");
     std::array<char, 5> buffer = {'u', 'u', 'u', 'u', 'u'};
     EXPECT_EQ(tio_read(buffer.data(), 5), 3);
     EXPECT_EQ(std::string(buffer.data(), 5), "abcuu");
@@ -35,8 +35,7 @@ TEST_F(SerialLineRead, ReturnsTheNumberOfBytesWaiting) {
 
 TEST_F(SerialLineRead, ReadsNoMoreThanTheLengthAndLeavesTheRest) {
     open_line();
-    pty.send("abc");
-    ASSERT_TRUE(pty.has_input());
+    deliver("abc");
     std::array<char, 3> buffer = {'u', 'u', 'u'};
     EXPECT_EQ(tio_read(buffer.data(), 2), 2);
     EXPECT_EQ(std::string(buffer.data(), 3), "abu");
@@ -45,8 +44,7 @@ TEST_F(SerialLineRead, ReadsNoMoreThanTheLengthAndLeavesTheRest) {
 }
 
 TEST_F(SerialLineRead, WithNoLineOpenReturnsZeroInSilence) {
-    char byte = 'u';
-    const Output output = output_of([&byte] { EXPECT_EQ(tio_read(&byte, 1), 0); });
+    const Output output = output_of([this] { EXPECT_EQ(tio_read(&byte, 1), 0); });
     EXPECT_EQ(output.out + output.err, "");
     EXPECT_EQ(libc_calls().selects, 0);
     EXPECT_EQ(libc_calls().reads, 0);
@@ -54,9 +52,8 @@ TEST_F(SerialLineRead, WithNoLineOpenReturnsZeroInSilence) {
 
 TEST_F(SerialLineRead, LineThatCannotBeAskedPrintsThePeekAndReturnsIt) {
     open_line();
-    const Output output = output_of([] {
+    const Output output = output_of([this] {
         libc_calls().failures["select"] = EBADF;
-        char byte = 'u';
         EXPECT_EQ(tio_read(&byte, 1), -1);
     });
     EXPECT_EQ(output.err, "PEEK: -1\n");
@@ -65,11 +62,9 @@ TEST_F(SerialLineRead, LineThatCannotBeAskedPrintsThePeekAndReturnsIt) {
 
 TEST_F(SerialLineRead, FailureReturnsMinusOneWithErrnoAndDescriptorInTheText) {
     const int descriptor = open_line();
-    pty.send("a");
-    ASSERT_TRUE(pty.has_input());
+    deliver("a");
     libc_calls().failures["read"] = EREMOTEIO;
-    char byte = 'u';
-    const Output output = output_of([&byte] { EXPECT_EQ(tio_read(&byte, 1), -1); });
+    const Output output = output_of([this] { EXPECT_EQ(tio_read(&byte, 1), -1); });
     EXPECT_EQ(output.out + output.err, "");
     EXPECT_EQ(last_error(), "read error (121) on " + std::to_string(descriptor));
 }
@@ -77,14 +72,12 @@ TEST_F(SerialLineRead, FailureReturnsMinusOneWithErrnoAndDescriptorInTheText) {
 TEST_F(SerialLineRead, UnpluggedLineReadsAsItsEnd) {
     open_line();
     pty.hang_up();
-    char byte = 'u';
     EXPECT_EQ(tio_read(&byte, 1), 0);
     EXPECT_EQ(libc_calls().reads, 1);
 }
 
 TEST_F(SerialLineRead, NegativeTimeOutNeverBlocksEither) {
     open_line();
-    char byte = 'u';
     for (const std::int16_t seconds : {std::int16_t{-1}, std::int16_t{INT16_MIN}}) {
         tio_timeout(seconds);
         EXPECT_EQ(tio_read(&byte, 1), 0);
@@ -94,11 +87,9 @@ TEST_F(SerialLineRead, NegativeTimeOutNeverBlocksEither) {
 
 TEST_F(SerialLineRead, WithoutATimeOutTheAlarmIsLeftAlone) {
     open_line();
-    pty.send("a");
-    ASSERT_TRUE(pty.has_input());
+    deliver("a");
     signal(SIGALRM, SIG_IGN);
     alarm(1000);
-    char byte = 'u';
     EXPECT_EQ(tio_read(&byte, 1), 1);
     EXPECT_EQ(signal(SIGALRM, SIG_DFL), SIG_IGN);
     EXPECT_GT(alarm(0), 0U);
@@ -106,11 +97,9 @@ TEST_F(SerialLineRead, WithoutATimeOutTheAlarmIsLeftAlone) {
 
 TEST_F(SerialLineRead, NegativeTimeOutDisarmsThoughItArmedNothing) {
     open_line();
-    pty.send("a");
-    ASSERT_TRUE(pty.has_input());
+    deliver("a");
     tio_timeout(-1);
     alarm(1000);
-    char byte = 'u';
     EXPECT_EQ(tio_read(&byte, 1), 1);
     EXPECT_EQ(byte, 'a');
     EXPECT_EQ(alarm(0), 0U);
@@ -119,10 +108,8 @@ TEST_F(SerialLineRead, NegativeTimeOutDisarmsThoughItArmedNothing) {
 TEST_F(Peek, Is1WhenInputWaitsAnd0WhenNot) {
     const int descriptor = open_line();
     EXPECT_EQ(tio_peek(descriptor), 0);
-    pty.send("a");
-    ASSERT_TRUE(pty.has_input());
+    deliver("a");
     EXPECT_EQ(tio_peek(descriptor), 1);
-    char byte = 'u';
     EXPECT_EQ(tio_read(&byte, 1), 1);
     EXPECT_EQ(tio_peek(descriptor), 0);
 }
@@ -155,8 +142,7 @@ TEST_F(Peek, LargestDescriptorOfASetIsAsked) {
     ASSERT_GE(limit.rlim_cur, rlim_t{FD_SETSIZE}) << "ulimit -n is too low for this test";
     ASSERT_EQ(dup2(pty.device(), largest), largest);
     EXPECT_EQ(tio_peek(largest), 0);
-    pty.send("a\n");
-    ASSERT_TRUE(pty.has_input());
+    deliver("a\n");
     EXPECT_EQ(tio_peek(largest), 1);
     close(largest);
 }

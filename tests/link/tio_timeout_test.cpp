@@ -140,8 +140,7 @@ TEST_F(SerialLineTimeOut, ByteAfterAnExpiryIsDelivered) {
 TEST_F(SerialLineTimeOut, BytesThatWaitAreReadAtOnceWithoutAPeek) {
     open_line();
     tio_timeout(30);
-    pty.send("abc");
-    ASSERT_TRUE(pty.has_input());
+    deliver("abc");
     EXPECT_EQ(read(), 3);
     EXPECT_EQ(std::string(buffer.data(), 3), "abc");
     EXPECT_EQ(libc_calls().selects, 0);
@@ -200,8 +199,7 @@ TEST_F(SerialLineTimeOut, AlarmLeftFromAFailedReadDoesNotEndTheNextOne) {
     tio_timeout(30);
     EXPECT_EQ(read(), -1);  // no line is open; the alarm stays armed
     open_line();
-    pty.send("ab");
-    ASSERT_TRUE(pty.has_input());
+    deliver("ab");
     libc_calls().old_alarm_goes_off_late = true;
     EXPECT_EQ(read(), 2);
     EXPECT_EQ(buffer[0], 'a');
@@ -231,8 +229,7 @@ TEST_F(SerialLineTimeOut, NegativeOneArmsNothingAndDisarmsAfterARead) {
     tio_timeout(-1);
     EXPECT_EQ(read(), 0);  // no byte waits, nothing is read
     EXPECT_EQ(alarm_disposition(), SIG_IGN);
-    pty.send("b");
-    ASSERT_TRUE(pty.has_input());
+    deliver("b");
     reset_libc_calls();
     EXPECT_EQ(read(), 1);
     EXPECT_EQ(alarm_disposition(), own_handler);
