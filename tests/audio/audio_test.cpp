@@ -100,59 +100,35 @@ void __wrap_free(void* block) {
 
 // --- audio_detect
 
-TEST(AudioDetect, UnsetSoundcardWithReportSaysSoAndGivesDeviceZero) {
-    Output output;
-    EXPECT_EQ(detected(nullptr, 1, &output), 0);
-    EXPECT_EQ(output.out, no_device_line);
-}
-
-TEST(AudioDetect, UnsetSoundcardWithoutReportIsSilent) {
-    Output output;
-    EXPECT_EQ(detected(nullptr, 0, &output), 0);
-    EXPECT_EQ(output.out, "");
-}
-
-TEST(AudioDetect, AnyReportFlagButZeroReports) {
-    Output output;
-    EXPECT_EQ(detected(nullptr, -1, &output), 0);
-    EXPECT_EQ(output.out, no_device_line);
-}
-
-TEST(AudioDetect, SoundcardThreeIsDeviceThreeWithoutAMessage) {
-    Output output;
-    EXPECT_EQ(detected("3", 1, &output), 3);
-    EXPECT_EQ(output.out, "");
-}
-
-TEST(AudioDetect, NegativeSoundcardIsReturned) {
-    Output output;
-    EXPECT_EQ(detected("-1", 1, &output), -1);
-    EXPECT_EQ(output.out, "");
-    EXPECT_EQ(detected(" -7 and more", 1, &output), -7);
-    EXPECT_EQ(output.out, "");
-}
-
-TEST(AudioDetect, SoundcardThatIsNoNumberOrZeroOrEmptyIsAsIfUnset) {
-    for (const char* text : {"abc", "0", "", "x3", "-0"}) {
-        Output output;
-        EXPECT_EQ(detected(text, 1, &output), 0) << text;
-        EXPECT_EQ(output.out, no_device_line) << text;
-        EXPECT_EQ(detected(text, 0, &output), 0) << text;
-        EXPECT_EQ(output.out, "") << text;
+// The number at the start of the text, in base ten, is not cut to a byte; without one it is as if unset.
+TEST(AudioDetect, SoundcardIsTheDeviceAndWithoutOneDeviceZeroIsReported) {
+    const struct {
+        const char* soundcard;
+        int device;
+        const char* report;
+    } rows[] = {
+        {nullptr,        0,   no_device_line},
+        {"abc",          0,   no_device_line},
+        {"x3",           0,   no_device_line},
+        {"",             0,   no_device_line},
+        {"0",            0,   no_device_line},
+        {"-0",           0,   no_device_line},
+        {"0x10",         0,   no_device_line}, // the 0 alone
+        {"3",            3,   ""            },
+        {"010",          10,  ""            },
+        {"12abc",        12,  ""            },
+        {"300",          300, ""            },
+        {"-1",           -1,  ""            },
+        {" -7 and more", -7,  ""            },
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.soundcard != nullptr ? row.soundcard : "unset");
+        for (const int report : {1, -1, 0}) {  // any flag but 0 reports
+            Output output;
+            EXPECT_EQ(detected(row.soundcard, report, &output), row.device);
+            EXPECT_EQ(output.out, report != 0 ? row.report : "");
+        }
     }
-}
-
-TEST(AudioDetect, SoundcardIsReadInBaseTen) {
-    Output output;
-    EXPECT_EQ(detected("010", 1, &output), 10);
-    EXPECT_EQ(detected("0x10", 1, &output), 0);  // the 0 alone
-    EXPECT_EQ(output.out, no_device_line);
-    EXPECT_EQ(detected("12abc", 1, &output), 12);
-}
-
-TEST(AudioDetect, SoundcardIsNotCutToAByte) {
-    Output output;
-    EXPECT_EQ(detected("300", 1, &output), 300);
 }
 
 TEST(AudioDetect, NumberThatNarrowsTo0IsReturnedWithoutAWord) {
