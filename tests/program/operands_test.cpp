@@ -152,16 +152,4 @@ TEST(Operands, PathsLongerThanTheSystemTakesAreNotFound) {
     }
 }
 
-TEST(Operands, SeveralHundredFilesInARun) {
-    Scenario scenario({"-W"});
-    for (int i = 0; i < 300; i++) {
-        const std::string name = std::to_string(i) + ".ambe";
-        scenario.add_file(name, raw_recording({frame(i % 256)}));
-        scenario.arguments.push_back(name);
-    }
-    const Outcome outcome = scenario.run();
-    EXPECT_EQ(outcome.err, convert_teardown(300));
-    EXPECT_EQ(frames_sent(outcome.calls).size(), 300U);
-}
-
 }  // namespace

@@ -27,14 +27,22 @@ class AbnormalEnd : public testing::Test {
         scenario.environment = without_the_sanitizers_handlers;
     }
 
-    ProgramResult run_until_signal(int signal) {
+    // What comes of a run to which `meanwhile` happens in its second receive.
+    template <typename Action>
+    ProgramResult run_while(const Action& meanwhile) {
         RunningProgram program(scenario.call());
         wait_for_file(scenario / "waiting");
-        EXPECT_EQ(terminal.state().c_lflag & tcflag_t{ICANON | ECHO}, 0U);
-        program.send_signal(signal);
+        meanwhile(program);
         const ProgramResult result = program.finish();
-        unlink((scenario / "waiting").c_str());
+        for (const char* name : {"waiting", "go"}) unlink((scenario / name).c_str());
         return result;
+    }
+
+    ProgramResult run_until_signal(int signal) {
+        return run_while([this, signal](RunningProgram& program) {
+            EXPECT_EQ(terminal.state().c_lflag & tcflag_t{ICANON | ECHO}, 0U);
+            program.send_signal(signal);
+        });
     }
 
     void expect_terminal_as_before() const { EXPECT_TRUE(same_state(terminal.state(), before)); }
@@ -55,13 +63,8 @@ TEST_F(AbnormalEnd, SignalPutsTheTerminalBackAndEndsTheProgramByThatSignal) {
 
 TEST_F(AbnormalEnd, SignalEndsTheProgramWithoutATerminalToo) {
     scenario.input = {};
-    for (const int signal : {SIGTERM, SIGHUP, SIGINT}) {
-        RunningProgram program(scenario.call());
-        wait_for_file(scenario / "waiting");
-        program.send_signal(signal);
-        EXPECT_EQ(program.finish().signal, signal);
-        unlink((scenario / "waiting").c_str());
-    }
+    for (const int signal : {SIGTERM, SIGHUP, SIGINT})
+        EXPECT_EQ(run_while([signal](RunningProgram& program) { program.send_signal(signal); }).signal, signal);
 }
 
 TEST_F(AbnormalEnd, SignalInTheSecondFileDoesTheSame) {
@@ -115,24 +118,18 @@ TEST_F(AbnormalEnd, LibraryThatEndsTheProgramInTheBackgroundPutsTheTerminalBackT
 TEST_F(AbnormalEnd, IgnoredSignalStaysIgnored) {
     for (const int signal : {SIGHUP, SIGINT}) {
         scenario.ignored_signals = {signal};
-        RunningProgram program(scenario.call());
-        wait_for_file(scenario / "waiting");
-        program.send_signal(signal);
-        scenario.add_file("go");
-        const ProgramResult result = program.finish();
+        const ProgramResult result = run_while([this, signal](RunningProgram& program) {
+            program.send_signal(signal);
+            scenario.add_file("go");
+        });
         EXPECT_EQ(result.status, 0);
         EXPECT_THAT(result.out, EndsWith("DONE\n"));
         EXPECT_THAT(calls_starting_with(scenario.calls(), "dongle_recv"), Each(HasSubstr(" raw = ")));
-        unlink((scenario / "waiting").c_str());
-        unlink((scenario / "go").c_str());
     }
 }
 
 TEST_F(AbnormalEnd, ClosedTerminalEndsTheRunByItsHangUp) {
-    RunningProgram program(scenario.call());
-    wait_for_file(scenario / "waiting");
-    terminal.hang_up();
-    EXPECT_EQ(program.finish().signal, SIGHUP);
+    EXPECT_EQ(run_while([this](RunningProgram&) { terminal.hang_up(); }).signal, SIGHUP);
 }
 
 TEST_F(AbnormalEnd, ReaderOfTheOutputThatGoesAwayPutsTheTerminalBack) {
@@ -140,11 +137,11 @@ TEST_F(AbnormalEnd, ReaderOfTheOutputThatGoesAwayPutsTheTerminalBack) {
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     const int reader = open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     scenario.output_path = fifo;
-    RunningProgram program(scenario.call());
-    wait_for_file(scenario / "waiting");
-    close(reader);
-    scenario.add_file("go");
-    EXPECT_EQ(program.finish().signal, SIGPIPE);
+    const ProgramResult result = run_while([this, reader](RunningProgram&) {
+        close(reader);
+        scenario.add_file("go");
+    });
+    EXPECT_EQ(result.signal, SIGPIPE);
     expect_terminal_as_before();
 }
 

@@ -4,7 +4,6 @@
 
 #include "program/scenario.h"
 #include "support/pty.h"
-#include "support/wave.h"
 
 namespace {
 
@@ -38,25 +37,6 @@ TEST(Teardown, DongleStopsThenTheWaveFileOrTheAudioThenTheInput) {
     }
 }
 
-TEST(Teardown, SpaceEndsAFileLikeEverythingElse) {
-    ThreeFrames scenario;
-    scenario.input = held_pipe_input(" ");
-    const Outcome outcome = scenario.run();
-    EXPECT_EQ(outcome.out, convert_start_up() + converting + "|\bSTOPPED\n");
-    EXPECT_EQ(outcome.err, convert_teardown());
-    EXPECT_EQ(outcome.calls, start_calls() + file_start_calls + file_end_calls + end_calls);
-    EXPECT_EQ(outcome.status, 0);
-}
-
-TEST(Teardown, SizesArePatchedHoweverTheFileEnds) {
-    for (const std::string end : {"rest 48 5\n", "recv 34 1\n", "recv -1 0\n"}) {
-        ThreeFrames scenario({"-W"}, "recv 48 5\nrecv 320 4 4\n" + end);
-        scenario.blocks = test_blocks(4);
-        scenario.run();
-        EXPECT_EQ(scenario.file("rec.wav"), pcm_file(first_bytes(scenario.blocks, 1024))) << end;
-    }
-}
-
 TEST(Teardown, TerminalIsRawFromAfterTheStartOfTheDongleUntilBeforeItsStop) {
     for (const Lines& options : {Lines{"-W"}, Lines{}}) {
         const Pty terminal;
@@ -80,17 +60,6 @@ TEST(Teardown, TerminalIsNotTouchedForAFileThatCannotBeStarted) {
     const Outcome outcome = scenario.run();
     EXPECT_EQ(outcome.calls, start_calls() + end_calls);
     EXPECT_EQ(terminal.state().c_cc[VERASE], 'Q');
-}
-
-TEST(Teardown, NextFileStartsTheVocoderAgainAfterALinkFailure) {
-    const Scenario scenario({"-W", "a.ambe", "b.ambe"}, "recv 48 5\nrecv -1 0\nrest 48 5\n");
-    scenario.add_file("a.ambe", raw_recording(frames(3)));
-    scenario.add_file("b.ambe", raw_recording({frame(9)}));
-    const Outcome outcome = scenario.run();
-    EXPECT_EQ(outcome.calls, start_calls() + file_start_calls + received(48, "5") + sent(frame(1)) + received(-1, "0") +
-                                 file_end_calls + file_start_calls + received(48, "5") + sent(frame(9)) +
-                                 file_end_calls + end_calls);
-    EXPECT_EQ(outcome.err, convert_teardown(2));
 }
 
 TEST(Teardown, NoDescriptorStaysOpen) {
