@@ -85,22 +85,6 @@ TEST(AmbeTables, GainsRiseUpToTheLastTwoWhichAreEqual) {
     EXPECT_EQ(gain_table[63], 5.352783F);
 }
 
-TEST(AmbeTables, CodebookValuesLieInTheirRange) {
-    const auto check = [](const auto& book) {
-        for (const auto& row : book)
-            for (const float value : row) {
-                EXPECT_GE(value, -1.3125F);
-                EXPECT_LE(value, 1.75F);
-            }
-    };
-    check(prba24_table);
-    check(prba58_table);
-    check(hoc_b5_table);
-    check(hoc_b6_table);
-    check(hoc_b7_table);
-    check(hoc_b8_table);
-}
-
 TEST(AmbeTables, FourBlocksRiseInLengthAndAddUpToTheHarmonics) {
     for (int harmonics = min_harmonics; harmonics <= max_harmonics; harmonics++) {
         const std::uint8_t* lengths = block_length_table[harmonics - min_harmonics];

@@ -148,42 +148,43 @@ TEST_P(HarmonicsEnhance, SilentHarmonicsStaySilent) {
     EXPECT_EQ(energy.peak, 100000.0F);
 }
 
-TEST_P(HarmonicsEnhance, DamagedFrameHasAtMostTwiceTheEnergyOfThoseBefore) {
-    // Q = 4000000, so that 8000000 is the most: a magnitude of 4000 has twice as much and is divided by sqrt 2.
-    Harmonics harmonics = one_harmonic(4000);
-    enhance(harmonics, damaged);
-    EXPECT_NEAR(harmonics.magnitude[0], 4000 / std::sqrt(2) * tilt_of_one, 0.01);
-    EXPECT_NEAR(energy.peak, 8000000, 1);
-    // S takes the energy that is left of it.
-    EXPECT_NEAR(energy.mean, 0.95 * 75000 + 0.05 * 8000000, 1);
-}
-
-TEST_P(HarmonicsEnhance, FrameOfACleanChannelGrowsAsItLikes) {
-    Harmonics harmonics = one_harmonic(4000);
-    enhance(harmonics, {0.005F, 4});
-    EXPECT_NEAR(harmonics.magnitude[0], 4000 * tilt_of_one, 0.01);
-    EXPECT_NEAR(energy.peak, 16000000, 1);
-    EXPECT_NEAR(energy.mean, 0.95 * 75000 + 0.05 * 16000000, 1);
-}
-
-TEST_P(HarmonicsEnhance, DamagedFrameUpToTwiceTheEnergyIsNotLimited) {
-    for (const float magnitude : {1000.0F, 2800.0F, 2828.0F}) {
+// Q = 4000000, so that 8000000 is the most of a damaged frame: a magnitude of 4000 has twice as much. S and Q take the
+// energy that is left of it.
+TEST_P(HarmonicsEnhance, DamagedFrameHasAtMostTwiceTheEnergyOfThoseBeforeAndACleanOneGrowsAsItLikes) {
+    const struct {
+        ChannelQuality quality;
+        float magnitude;
+        double energy_left;
+    } rows[] = {
+        {damaged,     4000, 8000000    },
+        {damaged,     2828, 2828 * 2828},
+        {damaged,     2800, 2800 * 2800},
+        {damaged,     1000, 1000 * 1000},
+        {{0.005F, 4}, 4000, 4000 * 4000},
+    };
+    for (const auto& row : rows) {
         energy = running_energy_start;
-        Harmonics harmonics = one_harmonic(magnitude);
-        enhance(harmonics, damaged);
-        EXPECT_NEAR(harmonics.magnitude[0], static_cast<double>(magnitude) * tilt_of_one, 0.01) << magnitude;
+        Harmonics harmonics = one_harmonic(row.magnitude);
+        enhance(harmonics, row.quality);
+        EXPECT_NEAR(harmonics.magnitude[0], std::sqrt(row.energy_left) * tilt_of_one, 0.01) << row.magnitude;
+        EXPECT_NEAR(energy.peak, std::max(0.985 * 4000000, row.energy_left), 1) << row.magnitude;
+        EXPECT_NEAR(energy.mean, 0.95 * 75000 + 0.05 * row.energy_left, 1) << row.magnitude;
     }
 }
 
-TEST_P(HarmonicsEnhance, PeakFallsSlowlyToItsFloor) {
+TEST_P(HarmonicsEnhance, PeakAndMeanFallSlowlyToTheirFloors) {
     double peak = 4000000;
+    double mean = 75000;
     for (int frame = 0; frame < 300; frame++) {
-        Harmonics harmonics = one_harmonic(100);
+        Harmonics harmonics = one_harmonic(50);
         enhance(harmonics, clean);
         peak = std::max(100000.0, 0.985 * peak);
+        mean = std::max(10000.0, 0.95 * mean + 0.05 * 2500);
         ASSERT_NEAR(energy.peak / peak, 1, 1e-5) << frame;
+        ASSERT_NEAR(energy.mean / mean, 1, 1e-5) << frame;
     }
     EXPECT_EQ(energy.peak, 100000.0F);
+    EXPECT_EQ(energy.mean, 10000.0F);
 }
 
 TEST_P(HarmonicsEnhance, PeakCountsUnvoicedHarmonicsLikeVoicedOnesOfTheSamePower) {
@@ -194,17 +195,6 @@ TEST_P(HarmonicsEnhance, PeakCountsUnvoicedHarmonicsLikeVoicedOnesOfTheSamePower
     enhance(harmonics, clean);
     EXPECT_NEAR(energy.peak, 9000000, 5);
     EXPECT_NEAR(energy.mean, 0.95 * 75000 + 0.05 * 9000000 * factor * factor, 1);
-}
-
-TEST_P(HarmonicsEnhance, MeanFallsSlowlyToItsFloor) {
-    double mean = 75000;
-    for (int frame = 0; frame < 60; frame++) {
-        Harmonics harmonics = one_harmonic(50);
-        enhance(harmonics, clean);
-        mean = std::max(10000.0, 0.95 * mean + 0.05 * 2500);
-        ASSERT_NEAR(energy.mean / mean, 1, 1e-5) << frame;
-    }
-    EXPECT_EQ(energy.mean, 10000.0F);
 }
 
 TEST_P(HarmonicsEnhance, SumOfMagnitudesIsLimited) {
