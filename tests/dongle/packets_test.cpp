@@ -254,24 +254,17 @@ TEST_F(SoftwareDonglePackets, FileDecodesToTheSameBytesWhereverItStands) {
     EXPECT_EQ(decode_file(dongle, greeting), alone);
 }
 
-TEST_F(SoftwareDonglePackets, StartingAloneRestartsTheDecoder) {
+TEST_F(SoftwareDonglePackets, StartingAloneAndPreparingAloneRestartTheDecoder) {
     start_and_be_asked();
     const Pcm first = decode_frame(dongle, packet.data(), story[40]);
-    expect_request();
-    EXPECT_NE(decode_frame(dongle, packet.data(), story[40]), first) << "the decoder has a memory";
-    dongle.run(1);
-    expect_request();
-    EXPECT_EQ(decode_frame(dongle, packet.data(), story[40]), first);
-}
-
-TEST_F(SoftwareDonglePackets, PreparingAloneRestartsTheDecoder) {
-    start_and_be_asked();
-    const Pcm first = decode_frame(dongle, packet.data(), story[40]);
-    expect_request();
-    EXPECT_NE(decode_frame(dongle, packet.data(), story[40]), first);
-    expect_request();
-    dongle.prepare(packet.data(), 1);
-    EXPECT_EQ(decode_frame(dongle, packet.data(), story[40]), first);
+    for (const bool by_start : {true, false}) {
+        expect_request();
+        EXPECT_NE(decode_frame(dongle, packet.data(), story[40]), first) << "the decoder has a memory";
+        if (by_start) dongle.run(1);
+        expect_request();
+        if (!by_start) dongle.prepare(packet.data(), 1);
+        EXPECT_EQ(decode_frame(dongle, packet.data(), story[40]), first) << by_start;
+    }
 }
 
 TEST_F(SoftwareDonglePackets, NothingWorksAfterTheCloseUntilTheNextInit) {
