@@ -66,12 +66,20 @@ std::string written_with_pieces(Medium& medium, const std::vector<Bytes>& pieces
 
 const Bytes one = bytes({1, 2, 3});
 const Bytes two = bytes({4, 5});
+const Bytes five_ones(5, 1);
 
 class RiffFaults : public testing::Test {
   protected:
     RiffFile* written_to(std::size_t capacity, bool buffered = false) {
         medium.capacity = capacity;
         RiffFile* file = open_over(medium, fourcc("WAVE"), &output, buffered);
+        EXPECT_NE(file, nullptr);
+        return file;
+    }
+
+    RiffFile* reading(const Bytes& content, bool buffered = false) {
+        medium = {.content = content};
+        RiffFile* file = open_over(medium, 0, &output, buffered);
         EXPECT_NE(file, nullptr);
         return file;
     }
@@ -93,9 +101,7 @@ TEST_F(RiffFaults, NoMemoryForTheRecord) {
 
 TEST_F(RiffFaults, NoMemoryForAChunksBufferOrForItsGrowth) {
     for (const int failing : {1, 2}) {
-        medium = {.content = bytes_of("RIFF\4___WAVE") + zeros(400000)};
-        RiffFile* file = open_over(medium, 0, &output, true);
-        ASSERT_NE(file, nullptr);
+        RiffFile* file = reading(bytes_of("RIFF\4___WAVE") + zeros(400000), true);
         output = output_of([&] {
             const FailingAllocations from_here(failing);
             EXPECT_EQ(riff_read_chunk_data(file, failing == 1 ? 4 : 300000), nullptr);
@@ -106,9 +112,7 @@ TEST_F(RiffFaults, NoMemoryForAChunksBufferOrForItsGrowth) {
 }
 
 TEST_F(RiffFaults, AbsurdSizesTakeNoMoreMemoryThanTheFileIsWorth) {
-    medium.content = bytes_of("RIFF\4___WAVE") + zeros(100000);
-    RiffFile* file = open_over(medium, 0, &output, true);
-    ASSERT_NE(file, nullptr);
+    RiffFile* file = reading(bytes_of("RIFF\4___WAVE") + zeros(100000), true);
     output = output_of([&] {
         allocations = {.counted = true};
         EXPECT_EQ(riff_read_chunk_data(file, 0x7FFFFFFF), nullptr);
@@ -169,8 +173,7 @@ TEST_F(RiffFaults, ShortIntegerOrIdentifierIsReportedAndNotCounted) {
 
 TEST_F(RiffFaults, DataHeaderThatDoesNotFitReturnsItsStatusAndWritesNoData) {
     RiffFile* file = written_to(outer_header_bytes + 4);
-    const Bytes data(5, 1);
-    output = output_of([&] { EXPECT_EQ(riff_write_data(file, data.data(), 5), -1); });
+    output = output_of([&] { EXPECT_EQ(riff_write_data(file, five_ones.data(), 5), -1); });
     EXPECT_EQ(output.err, "RIFF: unable to write integer !\n");
     EXPECT_EQ(file->data_count, 0u);
     EXPECT_EQ(file->data_patch_position, 16);  // noted before the header is written
@@ -180,22 +183,20 @@ TEST_F(RiffFaults, DataHeaderThatDoesNotFitReturnsItsStatusAndWritesNoData) {
 
 TEST_F(RiffFaults, DataOfWhichNothingWasWrittenLeavesItsHeaderAndTheNextWritesAnother) {
     RiffFile* file = written_to(outer_header_bytes + 8);
-    const Bytes data = bytes({7, 8});
-    EXPECT_EQ(riff_write_data(file, data.data(), 2), 0);
+    EXPECT_EQ(riff_write_data(file, two.data(), 2), 0);
     medium.capacity = 1000;
-    EXPECT_EQ(riff_write_data(file, data.data(), 2), 2);
+    EXPECT_EQ(riff_write_data(file, two.data(), 2), 2);
     riff_close(file);
-    EXPECT_EQ(medium.content, outer_header(30) + data_head(0) + data_head(2) + data);
+    EXPECT_EQ(medium.content, outer_header(30) + data_head(0) + data_head(2) + two);
 }
 
 TEST_F(RiffFaults, ShortDataIsCountedAsFarAsItWentWithoutAMessage) {
     RiffFile* file = written_to(outer_header_bytes + 8 + 3);
-    const Bytes data(5, 1);
-    output = output_of([&] { EXPECT_EQ(riff_write_data(file, data.data(), 5), 3); });
+    output = output_of([&] { EXPECT_EQ(riff_write_data(file, five_ones.data(), 5), 3); });
     EXPECT_EQ(output.err, "");
     EXPECT_EQ(file->data_count, 3u);
     EXPECT_EQ(file->chunk.size, 23u);
-    output = output_of([&] { EXPECT_EQ(riff_write_data(file, data.data(), 5), 0); });
+    output = output_of([&] { EXPECT_EQ(riff_write_data(file, five_ones.data(), 5), 0); });
     EXPECT_EQ(output.err, "");
     EXPECT_EQ(file->data_count, 3u);
     EXPECT_EQ(riff_close(file), 0);
@@ -207,8 +208,7 @@ TEST_F(RiffFaults, StreamIsFlushedAfterEveryDataCallWhateverItWrote) {
     EXPECT_EQ(medium.content.size(), outer_header_bytes);
     riff_write_data(file, nullptr, 0);
     EXPECT_EQ(medium.content.size(), outer_header_bytes + 8);
-    const Bytes data(5, 1);
-    riff_write_data(file, data.data(), 5);
+    riff_write_data(file, five_ones.data(), 5);
     EXPECT_EQ(medium.content.size(), outer_header_bytes + 8 + 8 + 5);
     std::fputc('x', file->stream);
     EXPECT_EQ(medium.content.size(), outer_header_bytes + 8 + 8 + 5);  // still in the stream
@@ -219,19 +219,18 @@ TEST_F(RiffFaults, StreamIsFlushedAfterEveryDataCallWhateverItWrote) {
 
 TEST_F(RiffFaults, StreamIsFlushedAlsoAfterDataThatFailed) {
     RiffFile* file = written_to(outer_header_bytes + 8 + 1, true);
-    const Bytes data(5, 1);
-    riff_write_data(file, data.data(), 5);  // buffered whole; the flush finds one byte of room
+    riff_write_data(file, five_ones.data(), 5);  // buffered whole; the flush finds one byte of room
     EXPECT_EQ(medium.content.size(), outer_header_bytes + 8 + 1);
     medium.capacity = 1000;
-    riff_write_data(file, data.data(), 2);
+    riff_write_data(file, five_ones.data(), 2);
     EXPECT_EQ(medium.content.size(), outer_header_bytes + 8 + 1 + 2);
     riff_close(file);
 }
 
 TEST_F(RiffFaults, FullDiskLeavesTheBytesBeforeAsTheyWereAndTheSizesArePatched) {
     RiffFile* file = written_to(outer_header_bytes + 8 + 6, true);
-    const Bytes data = bytes({1, 2, 3, 4});
-    for (int i = 0; i < 4; ++i) riff_write_data(file, data.data(), 4);
+    const Bytes four = bytes({1, 2, 3, 4});
+    for (int i = 0; i < 4; ++i) riff_write_data(file, four.data(), 4);
     EXPECT_EQ(riff_close(file), 0);
     // 36 is 12 + 8 + 16: what the stream took, not what the disk took.
     EXPECT_EQ(medium.content, outer_header(36) + data_head(16) + bytes({1, 2, 3, 4, 1, 2}));
@@ -239,8 +238,7 @@ TEST_F(RiffFaults, FullDiskLeavesTheBytesBeforeAsTheyWereAndTheSizesArePatched) 
 
 TEST_F(RiffFaults, CloseReportsNeitherSeeksNorPatchesThatFail) {
     RiffFile* file = written_to(1000);
-    const Bytes data(5, 1);
-    riff_write_data(file, data.data(), 5);
+    riff_write_data(file, five_ones.data(), 5);
     medium.seeks_fail = true;
     medium.capacity = 0;
     int result = -9;
@@ -252,38 +250,32 @@ TEST_F(RiffFaults, CloseReportsNeitherSeeksNorPatchesThatFail) {
 }
 
 TEST_F(RiffFaults, CloseOfAFileOpenedForReadingPatchesNothingEvenWhereItCould) {
-    medium.content = bytes_of("RIFF____WAVEdata\2___ab");
-    const Bytes before = medium.content;
-    RiffFile* file = open_over(medium, 0, &output);
-    ASSERT_NE(file, nullptr);
-    riff_close(file);
-    EXPECT_EQ(medium.content, before);
+    const Bytes content = bytes_of("RIFF____WAVEdata\2___ab");
+    riff_close(reading(content));
+    EXPECT_EQ(medium.content, content);
 }
 
 // The outer size, 25, stands at 4 and the data size, 5, goes over three of its bytes.
 TEST_F(RiffFaults, DataSizeWhosePlaceIsNotToldGoesToOffset3) {
     RiffFile* file = written_to(1000);
-    const Bytes data(5, 1);
     medium.seeks_fail = true;
-    riff_write_data(file, data.data(), 5);
+    riff_write_data(file, five_ones.data(), 5);
     medium.seeks_fail = false;
     riff_close(file);
-    EXPECT_EQ(medium.content, bytes_of("RIF") + low_first_4(5) + zeros(1) + bytes_of("WAVE") + data_head(0) + data);
+    EXPECT_EQ(medium.content,
+              bytes_of("RIF") + low_first_4(5) + zeros(1) + bytes_of("WAVE") + data_head(0) + five_ones);
 }
 
 TEST_F(RiffFaults, BothSizesGoBehindTheLastByteWhereNothingCanBeSought) {
     medium.seeks_fail = true;
     RiffFile* file = written_to(1000);
-    const Bytes data(5, 1);
-    riff_write_data(file, data.data(), 5);
+    riff_write_data(file, five_ones.data(), 5);
     riff_close(file);
-    EXPECT_EQ(medium.content, outer_header(4) + data_head(0) + data + low_first_4(25) + low_first_4(5));
+    EXPECT_EQ(medium.content, outer_header(4) + data_head(0) + five_ones + low_first_4(25) + low_first_4(5));
 }
 
 TEST_F(RiffFaults, ReadErrorInsideADataBodyGivesNoBytesAndIsNoFailure) {
-    medium.content = outer_header(4) + chunk("data", bytes({1, 2, 3, 4, 5, 6, 7, 8, 9}));
-    RiffFile* file = open_over(medium, 0, &output);
-    ASSERT_NE(file, nullptr);
+    RiffFile* file = reading(outer_header(4) + chunk("data", bytes({1, 2, 3, 4, 5, 6, 7, 8, 9})));
     std::uint8_t buffer[4] = {};
     EXPECT_EQ(riff_read_data(file, buffer, 4), 4);
     medium.reads_fail = true;
@@ -294,18 +286,17 @@ TEST_F(RiffFaults, ReadErrorInsideADataBodyGivesNoBytesAndIsNoFailure) {
 
 TEST_F(RiffFaults, DataIsFlushedOnceACallAndNotAfterAHeaderThatFailed) {
     RiffFile* file = written_to(outer_header_bytes + 8 + 3);
-    const Bytes data(5, 1);
     flushes = 0;
-    EXPECT_EQ(riff_write_data(file, data.data(), 3), 3);
+    EXPECT_EQ(riff_write_data(file, five_ones.data(), 3), 3);
     EXPECT_EQ(flushes, 1);
-    riff_write_data(file, data.data(), 0);
+    riff_write_data(file, five_ones.data(), 0);
     EXPECT_EQ(flushes, 2);
     riff_close(file);
 
     medium = {};
     file = written_to(outer_header_bytes + 7);
     flushes = 0;
-    output = output_of([&] { EXPECT_EQ(riff_write_data(file, data.data(), 5), -1); });
+    output = output_of([&] { EXPECT_EQ(riff_write_data(file, five_ones.data(), 5), -1); });
     EXPECT_EQ(flushes, 0);
     riff_close(file);
 }
@@ -318,7 +309,7 @@ TEST_F(RiffFaults, EachWriteThatFailsTakesNothingAndIsNotCounted) {
     const std::string no_integer = "RIFF: unable to write integer !\n";
     const Bytes form = bytes_of("WAVE");
     const Bytes form_fmt = bytes_of("WAVEfmt ");
-    const Bytes data = bytes_of("data");
+    const Bytes data_id = bytes_of("data");
     const auto riff = [](unsigned size) { return bytes_of("RIFF") + low_first_4(size); };
     const auto expect_written = [this](int number, bool lasting, const std::vector<Bytes>& pieces,
                                        const std::string& said, const Bytes& content) {
@@ -330,7 +321,7 @@ TEST_F(RiffFaults, EachWriteThatFailsTakesNothingAndIsNotCounted) {
     expect_written(5, false, {one, two}, no_integer, riff(16) + form_fmt);
     expect_written(6, false, {one, two}, "", riff(20) + form_fmt + low_first_4(16));
     expect_written(7, false, {one, two}, no_id, wave_head(36 + 8 + 2) + data_head(2) + two);
-    expect_written(8, false, {one, two}, no_integer, wave_head(36 + 12 + 2) + data + data_head(2) + two);
+    expect_written(8, false, {one, two}, no_integer, wave_head(36 + 12 + 2) + data_id + data_head(2) + two);
     expect_written(9, false, {one, two}, "", wave_head(36 + 16 + 2) + data_head(0) + data_head(2) + two);
     expect_written(10, false, {one, two}, "", wave_head(36 + 8 + 3) + data_head(3) + one);
     expect_written(11, false, {one, two}, "", wave_head(4) + data_head(5) + one + two);
@@ -340,7 +331,7 @@ TEST_F(RiffFaults, EachWriteThatFailsTakesNothingAndIsNotCounted) {
     expect_written(5, true, {one, two}, no_integer, riff(4) + form_fmt);
     expect_written(6, true, {one, two}, "", riff(4) + form_fmt + low_first_4(16));
     expect_written(7, true, {one, two}, no_id + no_id, wave_head(4));
-    expect_written(8, true, {one, two}, no_integer + no_id, wave_head(4) + data);
+    expect_written(8, true, {one, two}, no_integer + no_id, wave_head(4) + data_id);
     expect_written(9, true, {one, two}, no_id, wave_head(4) + data_head(0));
     expect_written(10, true, {one, two}, "", wave_head(4) + data_head(0) + one);
     expect_written(11, true, {one, two}, "", wave_head(4) + data_head(0) + one + two);
@@ -405,10 +396,7 @@ TEST_F(RiffFaults, CloseReturnsWhatFcloseReturns) {
 }
 
 TEST_F(RiffFaults, ReadErrorsEndInTheDocumentedResults) {
-    medium.content = bytes_of("RIFF\4___WAVE");
-    medium.content.resize(100, 1);
-    RiffFile* file = open_over(medium, 0, &output);
-    ASSERT_NE(file, nullptr);
+    RiffFile* file = reading(bytes_of("RIFF\4___WAVE") + Bytes(88, 1));
     medium.reads_fail = true;
     std::uint8_t buffer[8] = {};
     output = output_of([&] {
