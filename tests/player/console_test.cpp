@@ -48,6 +48,12 @@ class Console : public testing::Test {
     bool is_raw() const { return (terminal.state().c_lflag & tcflag_t{ICANON | ECHO}) == 0; }
     void make_cooked() { terminal.set_state(found); }
 
+    void expect_ended_by(int signal, int status) {
+        EXPECT_TRUE(WIFSIGNALED(status)) << strsignal(signal);
+        EXPECT_EQ(WTERMSIG(status), signal);
+        expect_terminal_as_found(strsignal(signal));
+    }
+
     void expect_terminal_as_found(const std::string& after) {
         EXPECT_TRUE(same_state(terminal.state(), found)) << after;
         make_cooked();
@@ -61,12 +67,7 @@ class Console : public testing::Test {
 
 TEST_F(Console, EverySignalThatEndsAProgramPutsTheTerminalBackAndEndsIt) {
     EXPECT_GE(fatal_signals().size(), 22u);  // from SIGHUP to SIGSYS; the real-time ones besides
-    for (const int signal : fatal_signals()) {
-        const int status = run([signal] { raise(signal); });
-        ASSERT_TRUE(WIFSIGNALED(status)) << strsignal(signal);
-        EXPECT_EQ(WTERMSIG(status), signal) << strsignal(signal);
-        expect_terminal_as_found(strsignal(signal));
-    }
+    for (const int signal : fatal_signals()) expect_ended_by(signal, run([signal] { raise(signal); }));
 }
 
 TEST_F(Console, SignalThatDoesNotEndAProgramIsLeftAlone) {
@@ -81,9 +82,7 @@ TEST_F(Console, SignalThatDoesNotEndAProgramIsLeftAlone) {
 TEST_F(Console, ExitAndAbortPutTheTerminalBack) {
     EXPECT_EQ(WEXITSTATUS(run([] { exit(5); })), 5);
     expect_terminal_as_found("exit");
-    const int status = run([] { abort(); });
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT);
-    expect_terminal_as_found("abort");
+    expect_ended_by(SIGABRT, run([] { abort(); }));
 }
 
 namespace {
@@ -108,8 +107,7 @@ TEST_F(Console, StackThatOverflowsPutsTheTerminalBack) {
                                const rlimit small = {1 << 20, 1 << 20};
                                setrlimit(RLIMIT_STACK, &small);
                            });
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGSEGV);
-    expect_terminal_as_found("overflow");
+    expect_ended_by(SIGSEGV, status);
 }
 
 TEST_F(Console, IgnoredSignalStaysIgnored) {
@@ -147,8 +145,7 @@ TEST_F(Console, SignalThatSomebodySetBackToItsDefaultIsGuardedFromTheNextFileOn)
         console_enter();
         raise(SIGTERM);
     });
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
-    expect_terminal_as_found("SIGTERM");
+    expect_ended_by(SIGTERM, status);
 }
 
 TEST_F(Console, LeavePutsTheTerminalBackAndASignalStillEndsTheProgram) {
@@ -156,8 +153,7 @@ TEST_F(Console, LeavePutsTheTerminalBackAndASignalStillEndsTheProgram) {
         console_leave();
         raise(SIGTERM);
     });
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
-    expect_terminal_as_found("leave");
+    expect_ended_by(SIGTERM, status);
 }
 
 TEST_F(Console, ForkedChildRescuesNothing) {
