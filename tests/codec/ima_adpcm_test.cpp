@@ -53,6 +53,13 @@ std::vector<int> decoded(const Bytes& codes) {
     return decoded_by(new_stream(ima_adpcm, mode_decode), codes);
 }
 
+// Each block begins with a header.
+StreamPtr decoder_of_blocks(std::int16_t block_bytes = 0) {
+    StreamPtr stream = new_stream(ima_adpcm, mode_decode, block_bytes);
+    stream->flags = codec_flag_block_headers;
+    return stream;
+}
+
 // Louder and louder, never smooth: v(n) = (37 n^2 mod 2000 - 1000) (1 + n / 8).
 std::vector<int> rough_signal(int count) {
     std::vector<int> samples;
@@ -259,8 +266,7 @@ TEST(ImaAdpcm, DecodeReturnsFourBytesACodeByte) {
 }
 
 TEST(ImaAdpcm, HeaderReplacesTheStateAndIsNotPutOut) {
-    const StreamPtr stream = new_stream(ima_adpcm, mode_decode);
-    stream->flags = codec_flag_block_headers;
+    const StreamPtr stream = decoder_of_blocks();
     block_of(stream) = {-5, 70, 0};
     // Predictor 0xFE0C = -500, index 10 (step 19), reserved 0xAA. Low 1: 19 / 4 + 19 / 8 = 6; index 9, step 17.
     // High 8: -(17 / 8) = -2; index 8.
@@ -276,24 +282,21 @@ TEST(ImaAdpcm, WithoutTheFlagTheFirstFourBytesAreCodes) {
 
 TEST(ImaAdpcm, HeaderIndexAboveTheTableIsTakenAsItsLastRow) {
     for (int index = 0; index <= 0xFF; ++index) {
-        const StreamPtr stream = new_stream(ima_adpcm, mode_decode);
-        stream->flags = codec_flag_block_headers;
+        const StreamPtr stream = decoder_of_blocks();
         const int expected = ima_steps[std::min(index, 88)] / 8;  // code 0 moves by an eighth of a step
         EXPECT_EQ(decoded_by(stream, bytes({0, 0, index, 0, 0x00}))[0], expected) << index;
     }
 }
 
 TEST(ImaAdpcm, BlockOfAHeaderAloneSetsTheStateAndDecodesToNothing) {
-    const StreamPtr stream = new_stream(ima_adpcm, mode_decode);
-    stream->flags = codec_flag_block_headers;
+    const StreamPtr stream = decoder_of_blocks();
     EXPECT_EQ(decoded_by(stream, bytes({0x10, 0x27, 33, 0})).size(), 0u);
     EXPECT_EQ(state_of(stream), (ImaState{10000, 33}));
 }
 
 TEST(ImaAdpcm, BlockShorterThanItsHeaderDecodesToNothingAndKeepsTheState) {
     for (std::size_t count = 0; count < 4; ++count) {
-        const StreamPtr stream = new_stream(ima_adpcm, mode_decode);
-        stream->flags = codec_flag_block_headers;
+        const StreamPtr stream = decoder_of_blocks();
         block_of(stream) = {123, 45, 0};
         EXPECT_EQ(decoded_by(stream, slice(bytes({0x10, 0x27, 33, 0}), 0, count)).size(), 0u);
         EXPECT_EQ(state_of(stream), (ImaState{123, 45}));
@@ -301,16 +304,14 @@ TEST(ImaAdpcm, BlockShorterThanItsHeaderDecodesToNothingAndKeepsTheState) {
 }
 
 TEST(ImaAdpcm, StreamTakesMoreInputAfterABlockWithoutCodes) {
-    const StreamPtr stream = new_stream(ima_adpcm, mode_decode);
-    stream->flags = codec_flag_block_headers;
+    const StreamPtr stream = decoder_of_blocks();
     BlockSource source(stream, {bytes({1, 2, 3}), bytes({0, 0, 0, 0}), bytes({0x64, 0, 0, 0, 0x04})});
     EXPECT_EQ(pcm_samples(read_from(*stream, 100)), (std::vector<int>{107, 108}));  // 100 + 7, + 9 / 8
     EXPECT_EQ(source.asked.size(), 4u);
 }
 
 TEST(ImaAdpcm, EachPieceThatTheDecoderPullsHasItsOwnHeader) {
-    const StreamPtr stream = new_stream(ima_adpcm, mode_decode, 5);
-    stream->flags = codec_flag_block_headers;
+    const StreamPtr stream = decoder_of_blocks(5);
     BlockSource source(stream, {bytes({0x64, 0, 0, 0, 0x04}), bytes({0x9C, 0xFF, 0, 0, 0x04})});
     EXPECT_EQ(pcm_samples(read_from(*stream, 100)), (std::vector<int>{107, 108, -93, -92}));
     EXPECT_EQ(source.asked, (std::vector<int>{5, 5, 5}));
