@@ -23,6 +23,12 @@ VoicedHarmonics silent_harmonics(std::uint32_t fundamental, int count, unsigned 
     return harmonics;
 }
 
+VoicedHarmonics one_harmonic(std::uint32_t fundamental, int count, unsigned seed, int harmonic, float amplitude) {
+    VoicedHarmonics harmonics = silent_harmonics(fundamental, count, seed);
+    harmonics.amplitude[harmonic - 1] = amplitude;
+    return harmonics;
+}
+
 // One harmonic on its way from frame to frame: frequencies in cycles per sample, phases in turns.
 struct Way {
     double from_frequency, to_frequency;
@@ -46,15 +52,19 @@ double missing_step(const Way& way) {
     return (d - std::floor(d + 0.5)) / 160;
 }
 
+double smooth_amplitude(const Way& way, int n) {
+    return way.from_amplitude * std::pow(way.to_amplitude / way.from_amplitude, n / 160.0);
+}
+
 double curved_sample(const Way& way, int n) {
     const double turns = way.from_phase + (way.from_frequency + missing_step(way)) * n +
                          (way.to_frequency - way.from_frequency) * n * n / 320;
-    return way.from_amplitude * std::pow(way.to_amplitude / way.from_amplitude, n / 160.0) * std::cos(2 * M_PI * turns);
+    return smooth_amplitude(way, n) * std::cos(2 * M_PI * turns);
 }
 
 double straight_sample(const Way& way, int n) {
     const double turns = way.from_phase + ((way.from_frequency + way.to_frequency) / 2 + missing_step(way)) * n;
-    return way.from_amplitude * std::pow(way.to_amplitude / way.from_amplitude, n / 160.0) * std::cos(2 * M_PI * turns);
+    return smooth_amplitude(way, n) * std::cos(2 * M_PI * turns);
 }
 
 // 1 up to 55 samples from the middle, 0 from 105 on.
@@ -85,11 +95,8 @@ class VoicedSynthesis : public DecoderVersions {
     // The same with both frames voiced.
     void expect_voiced(std::uint32_t from, std::uint32_t to, int harmonic, double (*sample)(const Way& way, int n)) {
         const auto seed = static_cast<unsigned>(harmonic);
-        VoicedHarmonics before = silent_harmonics(from, 30, seed);
-        VoicedHarmonics now = silent_harmonics(to, 30, seed + 100);
-        before.amplitude[harmonic - 1] = 1000;
-        now.amplitude[harmonic - 1] = 250;
-        expect_harmonic(before, now, harmonic, sample);
+        expect_harmonic(one_harmonic(from, 30, seed, harmonic, 1000), one_harmonic(to, 30, seed + 100, harmonic, 250),
+                        harmonic, sample);
     }
 };
 INSTANTIATE_TEST_SUITE_P(Versions, VoicedSynthesis, every_version, version_name);
@@ -132,20 +139,15 @@ TEST_P(VoicedSynthesis, AmplitudeMovesGeometrically) {
 
 TEST_P(VoicedSynthesis, ExtremeChangesOfAmplitudeAreExactToo) {
     for (const float to : {1e-4F, 1.0F, 30000.0F})
-        for (const int harmonic : {3, 11}) {
-            VoicedHarmonics before = silent_harmonics(pitch, 30, 3);
-            VoicedHarmonics now = silent_harmonics(pitch / 50 * 51, 30, 4);
-            before.amplitude[harmonic - 1] = 1;
-            now.amplitude[harmonic - 1] = to;
-            expect_harmonic(before, now, harmonic, harmonic < 8 ? curved_sample : straight_sample);
-        }
+        for (const int harmonic : {3, 11})
+            expect_harmonic(one_harmonic(pitch, 30, 3, harmonic, 1), one_harmonic(pitch / 50 * 51, 30, 4, harmonic, to),
+                            harmonic, harmonic < 8 ? curved_sample : straight_sample);
 }
 
 TEST_P(VoicedSynthesis, HalfATurnThatIsMissingIsGoneBackwards) {
     for (const int harmonic : {2, 10}) {
-        VoicedHarmonics before = silent_harmonics(pitch, 30, 5);
+        const VoicedHarmonics before = one_harmonic(pitch, 30, 5, harmonic, 500);
         VoicedHarmonics now = before;
-        before.amplitude[harmonic - 1] = now.amplitude[harmonic - 1] = 500;
         const std::uint32_t travelled = static_cast<std::uint32_t>(harmonic) * pitch * 160;
         for (const std::uint32_t miss : {0x7FFFFF00U, 0x80000000U, 0x80000100U}) {
             now.phase[harmonic - 1] = before.phase[harmonic - 1] + travelled + miss;
@@ -156,21 +158,17 @@ TEST_P(VoicedSynthesis, HalfATurnThatIsMissingIsGoneBackwards) {
 
 TEST_P(VoicedSynthesis, HarmonicOfOneFrameOnlyFadesUnderTheWindow) {
     for (const int harmonic : {1, 7, 8, 25}) {
-        VoicedHarmonics before = silent_harmonics(pitch, 30, 6);
-        VoicedHarmonics now = silent_harmonics(pitch / 50 * 51, 28, 7);
-        before.amplitude[harmonic - 1] = 800;
-        expect_harmonic(before, now, harmonic, overlapping_sample);
-        now.amplitude[harmonic - 1] = 300;
-        before.amplitude[harmonic - 1] = 0;
-        expect_harmonic(before, now, harmonic, overlapping_sample);
+        const VoicedHarmonics silent = silent_harmonics(pitch / 50 * 51, 28, 7);
+        const VoicedHarmonics loud = one_harmonic(pitch, 30, 6, harmonic, 800);
+        expect_harmonic(loud, silent, harmonic, overlapping_sample);
+        expect_harmonic(silent, loud, harmonic, overlapping_sample);
     }
 }
 
 TEST_P(VoicedSynthesis, HarmonicsBeyondTheLastOneOfTheOtherFrameSound) {
     for (const int harmonic : {41, 56}) {
-        VoicedHarmonics before = silent_harmonics(pitch, 12, 8);
-        VoicedHarmonics now = silent_harmonics(pitch, 56, 9);
-        now.amplitude[harmonic - 1] = 300;
+        const VoicedHarmonics before = silent_harmonics(pitch, 12, 8);
+        const VoicedHarmonics now = one_harmonic(pitch, 56, 9, harmonic, 300);
         expect_harmonic(before, now, harmonic, overlapping_sample);
         expect_harmonic(now, before, harmonic, overlapping_sample);
     }
@@ -179,10 +177,8 @@ TEST_P(VoicedSynthesis, HarmonicsBeyondTheLastOneOfTheOtherFrameSound) {
 TEST_P(VoicedSynthesis, VeryQuietHarmonicsSoundToo) {
     const VoicedHarmonics silent = silent_harmonics(pitch, 30, 15);
     for (const int harmonic : {1, 20}) {
-        VoicedHarmonics quiet = silent_harmonics(pitch, 30, 16);
-        quiet.amplitude[harmonic - 1] = 0.6F;
-        VoicedHarmonics quieter = silent_harmonics(pitch, 30, 17);
-        quieter.amplitude[harmonic - 1] = 0.2F;
+        const VoicedHarmonics quiet = one_harmonic(pitch, 30, 16, harmonic, 0.6F);
+        const VoicedHarmonics quieter = one_harmonic(pitch, 30, 17, harmonic, 0.2F);
         expect_harmonic(silent, quiet, harmonic, overlapping_sample);
         expect_harmonic(quiet, silent, harmonic, overlapping_sample);
         expect_harmonic(quiet, quieter, harmonic, straight_sample);
