@@ -42,6 +42,19 @@ FileOutcome without_record(Recording recording, const std::string& rest) {
     return with_wave(refused(Mode::convert, recording, rest + "CANNOT CREATE\n", no_riff_memory), {});
 }
 
+// The allocation with that number of the first file, or its like of the second, fails. `second_after_all`: the second
+// file when all that follow the first one's fail.
+void expect_files_failed(int number, const FileOutcome& first, const FileOutcome& second,
+                         const FileOutcome& second_after_all) {
+    expect_run({.fault = only(Call::allocation, number)},
+               run_of(Mode::convert, first, ran_well(Mode::convert, Recording::second)));
+    expect_run({.fault = from(Call::allocation, number)}, run_of(Mode::convert, first, second_after_all));
+    for (const bool lasting : {false, true}) {
+        expect_run({.fault = failing(Call::allocation, number + allocations_of_a_file, lasting)},
+                   run_of(Mode::convert, ran_well(Mode::convert, Recording::first), second));
+    }
+}
+
 }  // namespace
 
 TEST(MemoryFaults, CodecThatCannotBeHadEndsTheProgramWithStatus255) {
@@ -78,28 +91,12 @@ TEST(MemoryFaults, PlaybackThatHasStartedAsksForNoMemory) {
 }
 
 TEST(MemoryFaults, OutputNameThatCannotBeHadFailsThatFile) {
-    const FileOutcome first = without_name(Recording::first, "");
     const FileOutcome second = without_name(Recording::second, " (DVTOOL)");
-    const FileOutcome first_well = ran_well(Mode::convert, Recording::first);
-    expect_run({.fault = only(Call::allocation, name_allocation)},
-               run_of(Mode::convert, first, ran_well(Mode::convert, Recording::second)));
-    expect_run({.fault = from(Call::allocation, name_allocation)}, run_of(Mode::convert, first, second));
-    for (const bool lasting : {false, true}) {
-        expect_run({.fault = failing(Call::allocation, name_allocation + allocations_of_a_file, lasting)},
-                   run_of(Mode::convert, first_well, second));
-    }
+    expect_files_failed(name_allocation, without_name(Recording::first, ""), second, second);
 }
 
 TEST(MemoryFaults, RiffRecordThatCannotBeHadFailsThatFileAndLeavesItEmpty) {
-    const FileOutcome first = without_record(Recording::first, " to 'rec.wav': ");
-    const FileOutcome second = without_record(Recording::second, " (DVTOOL) to 'b.wav': ");
-    const FileOutcome first_well = ran_well(Mode::convert, Recording::first);
-    expect_run({.fault = only(Call::allocation, riff_allocation)},
-               run_of(Mode::convert, first, ran_well(Mode::convert, Recording::second)));
-    expect_run({.fault = from(Call::allocation, riff_allocation)},
-               run_of(Mode::convert, first, without_name(Recording::second, " (DVTOOL)")));
-    for (const bool lasting : {false, true}) {
-        expect_run({.fault = failing(Call::allocation, riff_allocation + allocations_of_a_file, lasting)},
-                   run_of(Mode::convert, first_well, second));
-    }
+    expect_files_failed(riff_allocation, without_record(Recording::first, " to 'rec.wav': "),
+                        without_record(Recording::second, " (DVTOOL) to 'b.wav': "),
+                        without_name(Recording::second, " (DVTOOL)"));
 }
