@@ -18,7 +18,7 @@ bool find(void* library, const char* name, Function& function) {
 
 bool find_all(void* library, AlsaLibrary& alsa) {
     bool found = true;
-#define ALSA_FIND(name) found = find(library, #name, alsa.name) && found;
+#define ALSA_FIND(name) found &= find(library, #name, alsa.name);
     ALSA_FUNCTIONS(ALSA_FIND)
 #undef ALSA_FIND
     return found;
