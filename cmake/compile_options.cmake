@@ -64,7 +64,7 @@ if(QUAVER_SANITIZE)
     endif()
 endif()
 if(QUAVER_COVERAGE)
-    add_compile_options(--coverage -fprofile-update=atomic)
+    add_compile_options(-fprofile-arcs -ftest-coverage -fprofile-update=atomic)
     add_link_options(--coverage)
 endif()
 
