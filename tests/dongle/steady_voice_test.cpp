@@ -115,16 +115,17 @@ Roughness roughness_of(const Vector& rest) {
 Vector envelope_lines(const Pcm& pcm) {
     constexpr std::size_t second = 8000;
     constexpr std::size_t lines = 151;
-    Vector power(lines);
-    for (std::size_t at = 0; at + second <= pcm.size(); at += second / 2)
+    std::vector<std::complex<double>> roots(second);
+    for (std::size_t n = 0; n < second; ++n) roots[n] = std::polar(1.0, -2 * std::numbers::pi * double(n) / second);
+    Vector power(lines), envelope(second);
+    for (std::size_t at = 0; at + second <= pcm.size(); at += second / 2) {
+        for (std::size_t n = 0; n < second; ++n) envelope[n] = std::abs(double(pcm[at + n])) * (1 - roots[n].real());
         for (std::size_t hz = 0; hz < lines; ++hz) {
             std::complex<double> sum = 0;
-            for (std::size_t n = 0; n < second; ++n) {
-                const double angle = 2 * std::numbers::pi * double(n) / second;
-                sum += std::abs(double(pcm[at + n])) * (1 - std::cos(angle)) * std::polar(1.0, -angle * double(hz));
-            }
+            for (std::size_t n = 0; n < second; ++n) sum += envelope[n] * roots[n * hz % second];
             power[hz] += std::norm(sum);
         }
+    }
     return power;
 }
 
