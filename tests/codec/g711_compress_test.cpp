@@ -17,7 +17,7 @@ struct LawUnderTest {
     std::vector<std::pair<int, int>> known;
 };
 
-const LawUnderTest laws[] = {
+const LawUnderTest laws_under_test[] = {
     {"A-law",
      g711_alaw_compress, g711_alaw_compress_run,
      {{0, 0xD5}, {15, 0xD5}, {16, 0xD4}, {255, 0xDA}, {256, 0xC5}, {32767, 0xAA}, {-32767, 0x2A}, {-32768, 0x55}}},
@@ -37,7 +37,7 @@ const LawUnderTest laws[] = {
 }  // namespace
 
 TEST(G711Compress, EndsOfSegmentsAndOfTheNumberRange) {
-    for (const LawUnderTest& law : laws) {
+    for (const LawUnderTest& law : laws_under_test) {
         for (const auto& [sample, code] : law.known) {
             EXPECT_EQ(law.compress(static_cast<std::int16_t>(sample)), code) << law.name << " " << sample;
         }
@@ -48,7 +48,7 @@ TEST(G711Compress, RunsAreWholeSixteensAndGiveTheCodesOfSingleSamples) {
     std::vector<int> all;
     for (int sample = -32768; sample <= 32767; sample++) all.push_back(sample);
     const Bytes in = pcm_bytes(all);
-    for (const LawUnderTest& law : laws) {
+    for (const LawUnderTest& law : laws_under_test) {
         Bytes out(all.size(), 0xEE);
         const std::uint32_t coded = law.compress_run(in.data(), out.data(), 65536);
 #ifdef __SSE2__
@@ -64,7 +64,7 @@ TEST(G711Compress, RunsAreWholeSixteensAndGiveTheCodesOfSingleSamples) {
 
 TEST(G711Compress, RunWritesNothingBeyondItsWholeSixteens) {
     const Bytes in(2 * 64, 0x11);
-    for (const LawUnderTest& law : laws) {
+    for (const LawUnderTest& law : laws_under_test) {
         for (const std::uint32_t samples : {0u, 1u, 15u, 16u, 17u, 31u, 32u, 63u}) {
             Bytes out(64, 0xEE);
             const std::uint32_t coded = law.compress_run(in.data(), out.data(), samples);

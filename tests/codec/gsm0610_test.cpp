@@ -17,7 +17,7 @@ constexpr int frame_samples = 160;
 constexpr std::size_t block_pcm_bytes = 640;
 
 // A vowel-like sum of harmonics that glides; no two frames are alike.
-std::vector<int> voice_like(int count) {
+std::vector<int> vowel_like(int count) {
     std::vector<int> samples;
     for (int n = 0; n < count; ++n) {
         const double t = n / 8000.0;
@@ -63,7 +63,7 @@ TEST(Gsm0610, ControlBlockIsAFreshCoderInWaveLayout) {
 }
 
 TEST(Gsm0610, TwoEncodeCallsWrite32AndThen33BytesAtTheStart) {
-    const std::vector<int> samples = voice_like(640);
+    const std::vector<int> samples = vowel_like(640);
     const Bytes pcm = pcm_bytes(samples);
     const StreamPtr stream = new_stream(gsm0610, mode_encode);
     const GsmPtr coder = new_gsm_coder();
@@ -91,7 +91,7 @@ TEST(Gsm0610, EncodeReturnsTheCountItWasGiven) {
 
 TEST(Gsm0610, EncodeLeavesTheInputAsItWas) {
     const StreamPtr stream = new_stream(gsm0610, mode_encode);
-    const Bytes pcm = pcm_bytes(voice_like(320));
+    const Bytes pcm = pcm_bytes(vowel_like(320));
     const Bytes before = pcm;
     Bytes out(65);
     stream->encode(*stream, pcm.data(), out.data(), 640);
@@ -100,7 +100,7 @@ TEST(Gsm0610, EncodeLeavesTheInputAsItWas) {
 
 TEST(Gsm0610, OnlyTheFirst160SamplesOfABlockAreCodedAnd640BytesHandedOn) {
     constexpr int block_count = 12;
-    const std::vector<int> samples = voice_like(320 * block_count + 1);
+    const std::vector<int> samples = vowel_like(320 * block_count + 1);
     const StreamPtr stream = new_stream(gsm0610, mode_encode);
     BlockSink sink(stream);
     write_to(*stream, pcm_bytes(samples));
@@ -122,7 +122,7 @@ TEST(Gsm0610, OnlyTheFirst160SamplesOfABlockAreCodedAnd640BytesHandedOn) {
 }
 
 TEST(Gsm0610, SecondHalfOfABlockDoesNotMatter) {
-    std::vector<int> samples = voice_like(641);
+    std::vector<int> samples = vowel_like(641);
     BlockSink sinks[2];
     for (BlockSink& sink : sinks) {
         const StreamPtr stream = new_stream(gsm0610, mode_encode);
@@ -134,7 +134,7 @@ TEST(Gsm0610, SecondHalfOfABlockDoesNotMatter) {
 }
 
 TEST(Gsm0610, OneBlockDecodesToTwoFramesTheSecondFromByte33) {
-    const Bytes blocks = libgsm_blocks(voice_like(5 * 320));
+    const Bytes blocks = libgsm_blocks(vowel_like(5 * 320));
     const StreamPtr stream = new_stream(gsm0610, mode_decode);
     const GsmPtr coder = new_gsm_coder();
     for (std::size_t block = 0; block < 5; ++block) {
@@ -151,7 +151,7 @@ TEST(Gsm0610, OneBlockDecodesToTwoFramesTheSecondFromByte33) {
 }
 
 TEST(Gsm0610, DecodeOfABlockReadsNothingBehindItsLastByte) {
-    const Bytes blocks = libgsm_blocks(voice_like(320));
+    const Bytes blocks = libgsm_blocks(vowel_like(320));
     const auto exact = std::make_unique<std::uint8_t[]>(65);  // a byte more is seen by the address sanitizer
     std::copy(blocks.begin(), blocks.end(), exact.get());
     const StreamPtr stream = new_stream(gsm0610, mode_decode);
@@ -160,7 +160,7 @@ TEST(Gsm0610, DecodeOfABlockReadsNothingBehindItsLastByte) {
 }
 
 TEST(Gsm0610, DecodedVoiceIsTheVoiceThatWasCoded) {
-    const std::vector<int> samples = voice_like(8000);
+    const std::vector<int> samples = vowel_like(8000);
     const StreamPtr stream = new_stream(gsm0610, mode_decode);
     BlockSource source(stream);
     const Bytes blocks = libgsm_blocks(samples);
@@ -172,7 +172,7 @@ TEST(Gsm0610, DecodedVoiceIsTheVoiceThatWasCoded) {
 
 TEST(Gsm0610, WithoutTheWaveLayoutOneFrameIsDecoded) {
     const GsmPtr encoder = new_gsm_coder(0);
-    const auto frame = coded_gsm_frame(encoder, voice_like(160), 0);
+    const auto frame = coded_gsm_frame(encoder, vowel_like(160), 0);
     Bytes in(frame.begin(), frame.begin() + 33);
     in.resize(65);
     const StreamPtr stream = new_stream(gsm0610, mode_decode);
@@ -192,7 +192,7 @@ TEST(Gsm0610, ShortBlockStillDecodesToTwoFrames) {
 }
 
 TEST(Gsm0610, StateRunsOnFromOneFileIntoTheNext) {
-    const std::vector<int> samples = voice_like(641);
+    const std::vector<int> samples = vowel_like(641);
     const Bytes pcm = pcm_bytes(samples);
     const StreamPtr stream = new_stream(gsm0610, mode_encode);
     BlockSink first_file;

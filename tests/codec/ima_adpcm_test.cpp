@@ -24,7 +24,7 @@ struct PrivateBlock {
 PrivateBlock& block_of(const StreamPtr& stream) {
     return *static_cast<PrivateBlock*>(stream->codec_private);
 }
-ImaState state_of(const StreamPtr& stream) {
+ImaState adpcm_state_of(const StreamPtr& stream) {
     return {block_of(stream).predictor, block_of(stream).index};
 }
 
@@ -131,26 +131,26 @@ TEST(ImaAdpcm, OddByteCountIsRoundedUpToWholeSamples) {
 TEST(ImaAdpcm, NoBytesAreNoSamplesAndTheStateStays) {
     const StreamPtr stream = new_stream(ima_adpcm, mode_encode);
     encoded_by(stream, {5000, -5000, 700});
-    const ImaState before = state_of(stream);
+    const ImaState before = adpcm_state_of(stream);
     std::uint8_t byte = 0xEE;
     EXPECT_EQ(stream->encode(*stream, &byte, &byte, 0), 0u);
     EXPECT_EQ(stream->decode(*stream, &byte, &byte, 0), 0u);
     EXPECT_EQ(byte, 0xEE);
-    EXPECT_EQ(state_of(stream), before);
+    EXPECT_EQ(adpcm_state_of(stream), before);
 }
 
 TEST(ImaAdpcm, SilenceFromAFreshStreamIsZeroNibbles) {
     const StreamPtr stream = new_stream(ima_adpcm, mode_encode);
     EXPECT_EQ(encoded_by(stream, std::vector<int>(2048)), Bytes(1024));
-    EXPECT_EQ(state_of(stream), (ImaState{0, 0}));
+    EXPECT_EQ(adpcm_state_of(stream), (ImaState{0, 0}));
 }
 
 TEST(ImaAdpcm, SilenceLetsTheIndexSinkToZero) {
     const StreamPtr stream = new_stream(ima_adpcm, mode_encode);
     encoded_by(stream, {32767, -32768, 32767, -32768});
-    ASSERT_EQ(state_of(stream).index, 32);  // four times + 8
+    ASSERT_EQ(adpcm_state_of(stream).index, 32);  // four times + 8
     encoded_by(stream, std::vector<int>(200));
-    EXPECT_EQ(state_of(stream).index, 0);
+    EXPECT_EQ(adpcm_state_of(stream).index, 0);
 }
 
 TEST(ImaAdpcm, FullScaleDrivesTheIndexTo88AndClampsThePredictor) {
@@ -159,12 +159,12 @@ TEST(ImaAdpcm, FullScaleDrivesTheIndexTo88AndClampsThePredictor) {
     for (int i = 0; i < 12; ++i) samples.push_back(i % 2 == 0 ? 32767 : -32768);
     const StreamPtr falling = new_stream(ima_adpcm, mode_encode);
     encoded_by(falling, samples);
-    EXPECT_EQ(state_of(falling), (ImaState{-32768, 88}));
+    EXPECT_EQ(adpcm_state_of(falling), (ImaState{-32768, 88}));
 
     for (int& sample : samples) sample = -1 - sample;
     const StreamPtr rising = new_stream(ima_adpcm, mode_encode);
     encoded_by(rising, samples);
-    EXPECT_EQ(state_of(rising), (ImaState{32767, 88}));
+    EXPECT_EQ(adpcm_state_of(rising), (ImaState{32767, 88}));
 }
 
 TEST(ImaAdpcm, CodesAreThoseOfAnIndependentCoder) {
@@ -173,14 +173,14 @@ TEST(ImaAdpcm, CodesAreThoseOfAnIndependentCoder) {
     EXPECT_EQ(encoded_by(rough, rough_signal(64)),
               bytes({0xFF, 0xFF, 0xC7, 0x35, 0xF0, 0x5E, 0x2B, 0x3B, 0x6B, 0x59, 0x99, 0x58, 0x89, 0x80, 0x80, 0x11,
                      0x4F, 0x82, 0x2E, 0x2B, 0x2C, 0x4A, 0x3A, 0xA6, 0x98, 0x99, 0x87, 0x00, 0xD0, 0x00, 0x11, 0xD1}));
-    EXPECT_EQ(state_of(rough), (ImaState{-1515, 78}));
+    EXPECT_EQ(adpcm_state_of(rough), (ImaState{-1515, 78}));
 
     std::vector<int> square(12, 32767);
     square.insert(square.end(), 12, -32768);
     const StreamPtr step = new_stream(ima_adpcm, mode_encode);
     EXPECT_EQ(encoded_by(step, square),
               bytes({0x77, 0x77, 0x77, 0x77, 0x77, 0x20, 0xFE, 0x08, 0x80, 0x88, 0x08, 0x80}));
-    EXPECT_EQ(state_of(step), (ImaState{-31031, 78}));
+    EXPECT_EQ(adpcm_state_of(step), (ImaState{-31031, 78}));
 }
 
 TEST(ImaAdpcm, EveryDifferenceAtEveryStepIsCodedByItsThreshold) {
@@ -197,7 +197,7 @@ TEST(ImaAdpcm, EveryDifferenceAtEveryStepIsCodedByItsThreshold) {
             stream->encode(*stream, pcm, &code, 2);
             ImaState expected = {predictor, index};
             ASSERT_EQ(code, ima_code(expected, sample) << 4) << index << " " << difference;
-            ASSERT_EQ(state_of(stream), expected) << index << " " << difference;
+            ASSERT_EQ(adpcm_state_of(stream), expected) << index << " " << difference;
             ++tried;
         }
     }
@@ -220,7 +220,7 @@ TEST(ImaAdpcm, EveryCodeAtEveryStepIsDecodedByTheMultiplyForm) {
                 const int high = ima_sample(expected, byte >> 4);
                 ASSERT_EQ(static_cast<std::int16_t>(pcm[0] | pcm[1] << 8), low);
                 ASSERT_EQ(static_cast<std::int16_t>(pcm[2] | pcm[3] << 8), high);
-                ASSERT_EQ(state_of(stream), expected);
+                ASSERT_EQ(adpcm_state_of(stream), expected);
                 ++tried;
             }
         }
@@ -240,7 +240,7 @@ TEST(ImaAdpcm, DecoderRoundsOtherwiseThanTheEncoder) {
     EXPECT_EQ(decoded(bytes({0x03}))[0], 5);
     const StreamPtr encoder = new_stream(ima_adpcm, mode_encode);
     EXPECT_EQ(encoded_by(encoder, {5}), bytes({0x30}));
-    EXPECT_EQ(state_of(encoder), (ImaState{4, 0}));
+    EXPECT_EQ(adpcm_state_of(encoder), (ImaState{4, 0}));
 }
 
 TEST(ImaAdpcm, DecodeClampsThePredictor) {
@@ -271,7 +271,7 @@ TEST(ImaAdpcm, HeaderReplacesTheStateAndIsNotPutOut) {
     // Predictor 0xFE0C = -500, index 10 (step 19), reserved 0xAA. Low 1: 19 / 4 + 19 / 8 = 6; index 9, step 17.
     // High 8: -(17 / 8) = -2; index 8.
     EXPECT_EQ(decoded_by(stream, bytes({0x0C, 0xFE, 10, 0xAA, 0x81})), (std::vector<int>{-494, -496}));
-    EXPECT_EQ(state_of(stream), (ImaState{-496, 8}));
+    EXPECT_EQ(adpcm_state_of(stream), (ImaState{-496, 8}));
 }
 
 TEST(ImaAdpcm, WithoutTheFlagTheFirstFourBytesAreCodes) {
@@ -291,7 +291,7 @@ TEST(ImaAdpcm, HeaderIndexAboveTheTableIsTakenAsItsLastRow) {
 TEST(ImaAdpcm, BlockOfAHeaderAloneSetsTheStateAndDecodesToNothing) {
     const StreamPtr stream = decoder_of_blocks();
     EXPECT_EQ(decoded_by(stream, bytes({0x10, 0x27, 33, 0})).size(), 0u);
-    EXPECT_EQ(state_of(stream), (ImaState{10000, 33}));
+    EXPECT_EQ(adpcm_state_of(stream), (ImaState{10000, 33}));
 }
 
 TEST(ImaAdpcm, BlockShorterThanItsHeaderDecodesToNothingAndKeepsTheState) {
@@ -299,7 +299,7 @@ TEST(ImaAdpcm, BlockShorterThanItsHeaderDecodesToNothingAndKeepsTheState) {
         const StreamPtr stream = decoder_of_blocks();
         block_of(stream) = {123, 45, 0};
         EXPECT_EQ(decoded_by(stream, slice(bytes({0x10, 0x27, 33, 0}), 0, count)).size(), 0u);
-        EXPECT_EQ(state_of(stream), (ImaState{123, 45}));
+        EXPECT_EQ(adpcm_state_of(stream), (ImaState{123, 45}));
     }
 }
 

@@ -15,7 +15,7 @@ namespace {
 constexpr ChannelQuality clean = {0, 0};
 constexpr ChannelQuality damaged = {0.006F, 0};
 
-Harmonics harmonics_of(std::uint32_t fundamental, const std::vector<float>& magnitudes) {
+Harmonics harmonics_with(std::uint32_t fundamental, const std::vector<float>& magnitudes) {
     Harmonics harmonics{};
     harmonics.fundamental = fundamental;
     harmonics.count = static_cast<int>(magnitudes.size());
@@ -25,7 +25,7 @@ Harmonics harmonics_of(std::uint32_t fundamental, const std::vector<float>& magn
 
 // One loud voiced harmonic below L / 8, which enhancement leaves alone but for the tilt of 2^(0.4 f0).
 Harmonics one_harmonic(float magnitude) {
-    Harmonics harmonics = harmonics_of(0x0C000000, std::vector<float>(9, 0.0F));
+    Harmonics harmonics = harmonics_with(0x0C000000, std::vector<float>(9, 0.0F));
     harmonics.magnitude[0] = magnitude;
     harmonics.voiced[0] = ~0U;
     return harmonics;
@@ -94,7 +94,7 @@ TEST_P(HarmonicsEnhance, EnhancementAndTiltAreThoseOfTheRule) {
         for (unsigned seed = 1; seed < 20; seed++) {
             const std::vector<float> magnitudes = spectrum(count, seed);
             const auto fundamental = static_cast<std::uint32_t>(0.4627 / count * 0x1p32);
-            Harmonics harmonics = harmonics_of(fundamental, magnitudes);
+            Harmonics harmonics = harmonics_with(fundamental, magnitudes);
             enhance(harmonics, clean);
             const std::vector<double> expected = enhanced(magnitudes, fundamental * 0x1p-32);
             for (int i = 0; i < count; i++)
@@ -110,7 +110,7 @@ TEST_P(HarmonicsEnhance, WeightsStayBetweenAHalfAndSixFifths) {
     // all the energy, so that it comes out as it was, and the others 0.5 / 1.2 of what they were.
     std::vector<float> magnitudes(40, 0.0001F);
     magnitudes[19] = 10000.0F;
-    Harmonics harmonics = harmonics_of(0x02000000, magnitudes);
+    Harmonics harmonics = harmonics_with(0x02000000, magnitudes);
     enhance(harmonics, clean);
     EXPECT_NEAR(harmonics.magnitude[19], 10000 * std::exp2(0.4 * 20 / 128), 0.1);
     for (int l = 6; l <= 40; l++) {
@@ -125,7 +125,7 @@ TEST_P(HarmonicsEnhance, LowestEighthOfTheHarmonicsKeepsItsMagnitude) {
     for (const int l : {1, 5, 6, 40}) {
         std::vector<float> magnitudes(40, 0.0F);
         magnitudes[static_cast<std::size_t>(l - 1)] = 700;
-        Harmonics harmonics = harmonics_of(0x02000000, magnitudes);
+        Harmonics harmonics = harmonics_with(0x02000000, magnitudes);
         enhance(harmonics, clean);
         EXPECT_NEAR(harmonics.magnitude[l - 1], 700 * std::exp2(0.4 * l / 128), 0.01) << l;
     }
@@ -133,13 +133,13 @@ TEST_P(HarmonicsEnhance, LowestEighthOfTheHarmonicsKeepsItsMagnitude) {
 
 TEST_P(HarmonicsEnhance, HarmonicsThatLeaveNothingToDivideByStayAsTheyAre) {
     // So low a fundamental that every cosine is 1, and R1 is R0.
-    Harmonics harmonics = harmonics_of(1, std::vector<float>(30, 5.0F));
+    Harmonics harmonics = harmonics_with(1, std::vector<float>(30, 5.0F));
     enhance(harmonics, clean);
     for (int i = 0; i < 30; i++) EXPECT_EQ(harmonics.magnitude[i], 5.0F);
 }
 
 TEST_P(HarmonicsEnhance, SilentHarmonicsStaySilent) {
-    Harmonics harmonics = harmonics_of(0x03000000, std::vector<float>(30, 0.0F));
+    Harmonics harmonics = harmonics_with(0x03000000, std::vector<float>(30, 0.0F));
     energy = {0, 0};
     enhance(harmonics, {0.09F, 6});
     for (const float magnitude : harmonics.magnitude) EXPECT_EQ(magnitude, 0.0F);
@@ -198,7 +198,7 @@ TEST_P(HarmonicsEnhance, PeakCountsUnvoicedHarmonicsLikeVoicedOnesOfTheSamePower
 }
 
 TEST_P(HarmonicsEnhance, SumOfMagnitudesIsLimited) {
-    Harmonics harmonics = harmonics_of(0x0A000000, std::vector<float>(10, 5000.0F));
+    Harmonics harmonics = harmonics_with(0x0A000000, std::vector<float>(10, 5000.0F));
     enhance(harmonics, clean);
     EXPECT_NEAR(sum_of(harmonics), 40960, 0.1);
 
@@ -243,7 +243,7 @@ TEST_P(HarmonicsEnhance, LoudestHarmonicOfADamagedFrameBecomesVoiced) {
              std::tuple{0.005F,  4, false},
              std::tuple{0.0F,    5, false}
     }) {
-        Harmonics harmonics = harmonics_of(0x0C000000, std::vector<float>(9, 1.0F));
+        Harmonics harmonics = harmonics_with(0x0C000000, std::vector<float>(9, 1.0F));
         harmonics.magnitude[0] = 1000;
         energy = running_energy_start;
         enhance(harmonics, {rate, errors});

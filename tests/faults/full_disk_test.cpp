@@ -7,13 +7,13 @@
 
 namespace {
 
-struct FormatRow {
+struct PieceRow {
     const char* option;
     std::size_t head_bytes;   // up to the first byte of audio
     std::size_t piece_bytes;  // of audio that is written at once
 };
 
-constexpr FormatRow format_rows[] = {
+constexpr PieceRow piece_rows[] = {
     {"pcm",   44, 1024},
     {"alaw",  46, 1024},
     {"ulaw",  46, 1024},
@@ -24,7 +24,7 @@ constexpr FormatRow format_rows[] = {
 const std::vector<std::string> long_recording = {"long.ambe"};
 
 // Room for so many bytes: around every field of the head, and around the pieces.
-std::vector<std::size_t> rooms_for(const FormatRow& row, const Bytes& whole) {
+std::vector<std::size_t> rooms_for(const PieceRow& row, const Bytes& whole) {
     std::vector<std::size_t> rooms = {0, 1, 3, 4, 5, 8, 12, 16, 20, 35, 36, 37, 38, 40, 42, 44, 45, 46, 47};
     for (std::size_t end = row.head_bytes + row.piece_bytes; end <= whole.size(); end += row.piece_bytes) {
         rooms.insert(rooms.end(), {end - 1, end, end + 1});
@@ -47,7 +47,7 @@ void expect_texts_and_nothing_left(const RunResult& found, const RunResult& whol
 
 // The sizes in the head are patched where they are, so they tell what there would be.
 TEST(FullDisk, LeavesABeginningOfTheFileInEveryFormat) {
-    for (const FormatRow& row : format_rows) {
+    for (const PieceRow& row : piece_rows) {
         const RunResult whole = run({.format = row.option, .recordings = long_recording});
         ASSERT_GE(whole.first_wave->size(), row.head_bytes + row.piece_bytes);
         for (const std::size_t room : rooms_for(row, *whole.first_wave)) {
@@ -76,7 +76,7 @@ TEST(FullDisk, FileWithoutAudioKeepsItsFirstOuterSizeWhereItsHeadDoesNotFit) {
 }
 
 TEST(FullDisk, DeviceThatTakesNothingEndsTheRunAsUsual) {
-    for (const FormatRow& row : format_rows) {
+    for (const PieceRow& row : piece_rows) {
         const RunResult whole = run({.format = row.option});
         const RunResult found = run({.format = row.option, .first_wave_device = "/dev/full"});
         expect_texts_and_nothing_left(found, whole);
@@ -85,7 +85,7 @@ TEST(FullDisk, DeviceThatTakesNothingEndsTheRunAsUsual) {
 }
 
 TEST(FullDisk, ConsoleThatTakesNothingChangesNoFile) {
-    for (const FormatRow& row : format_rows) {
+    for (const PieceRow& row : piece_rows) {
         const RunResult whole = run({.format = row.option});
         const RunResult found = run({.format = row.option, .console_full = true});
         EXPECT_EQ(found.status, 0);

@@ -13,7 +13,7 @@ struct Site {
     int packet;
 };
 
-std::vector<Site> operator+(std::vector<Site> one, const std::vector<Site>& other) {
+std::vector<Site> joined(std::vector<Site> one, const std::vector<Site>& other) {
     one.insert(one.end(), other.begin(), other.end());
     return one;
 }
@@ -84,11 +84,11 @@ class LineFaults : public testing::TestWithParam<Mode> {
 }  // namespace
 
 TEST_P(LineFaults, SelectThatFailsOnTheLineEndsTheRecordingAndOnTheKeyboardNothing) {
-    expect_sites(Call::select, selects_of(Recording::first) + selects_of(Recording::second), no_peek);
+    expect_sites(Call::select, joined(selects_of(Recording::first), selects_of(Recording::second)), no_peek);
 }
 
 TEST_P(LineFaults, ReadThatFailsOnTheLineEndsTheRecordingInSilenceAndOnTheKeyboardNothing) {
-    expect_sites(Call::read, reads_of(Recording::first) + reads_of(Recording::second), "");
+    expect_sites(Call::read, joined(reads_of(Recording::first), reads_of(Recording::second)), "");
 }
 
 TEST_P(LineFaults, WriteThatFailsIsTheVocodersTimeOut) {

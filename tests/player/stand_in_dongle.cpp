@@ -10,10 +10,6 @@
 
 namespace {
 
-void traced(const std::string& call) {
-    trace_call(surroundings().trace, call);
-}
-
 // The program has one packet buffer for all its files; any other is a fault.
 std::string packet_name(const unsigned char* packet) {
     static const unsigned char* const the_packet = packet;

@@ -15,10 +15,6 @@
 
 namespace {
 
-void traced(const std::string& call) {
-    trace_call(surroundings().trace, call);
-}
-
 bool of_interest(int descriptor) {
     return surroundings().recording && descriptor == STDIN_FILENO;
 }

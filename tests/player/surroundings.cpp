@@ -5,11 +5,12 @@
 
 #include <algorithm>
 
+#include "link/dongle.h"
+
 namespace {
 
 constexpr std::size_t output_buffer_bytes = 1 << 20;
 constexpr std::size_t receive_buffer_bytes = 400;
-constexpr std::size_t block_bytes = 320;
 
 ssize_t trace_stream(void* name, const char* text, size_t count) {
     trace_text(surroundings().trace, static_cast<const char*>(name), std::string(text, count));
@@ -64,6 +65,10 @@ void trace_call(std::vector<std::string>& trace, const std::string& call) {
     trace.push_back(call);
 }
 
+void traced(const std::string& call) {
+    trace_call(surroundings().trace, call);
+}
+
 void trace_text(std::vector<std::string>& trace, const std::string& stream, const std::string& text) {
     if (text.empty()) return;
     const std::string start = stream + ": ";
@@ -72,9 +77,9 @@ void trace_text(std::vector<std::string>& trace, const std::string& stream, cons
 }
 
 std::string block_text(const std::uint8_t* bytes) {
-    if (std::all_of(bytes, bytes + block_bytes, [](std::uint8_t byte) { return byte == 0; })) return "silence";
+    if (std::all_of(bytes, bytes + pcm_block_bytes, [](std::uint8_t byte) { return byte == 0; })) return "silence";
     std::uint32_t digest = 2166136261U;  // FNV-1a
-    for (std::size_t i = 0; i < block_bytes; i++) digest = (digest ^ bytes[i]) * 16777619U;
+    for (std::size_t i = 0; i < pcm_block_bytes; i++) digest = (digest ^ bytes[i]) * 16777619U;
     return hex(bytes, 2) + "/" + std::to_string(digest);
 }
 

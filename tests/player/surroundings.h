@@ -73,6 +73,7 @@ class TracedRun {
 
 // How calls and texts stand in a trace; the model writes its own with the same words.
 void trace_call(std::vector<std::string>& trace, const std::string& call);
+void traced(const std::string& call);  // the same, in the surroundings' own
 // Adjoining texts of one stream are one line.
 void trace_text(std::vector<std::string>& trace, const std::string& stream, const std::string& text);
 // "silence", or enough of the block to tell it from others.

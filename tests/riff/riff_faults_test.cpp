@@ -33,12 +33,6 @@ int __wrap_fflush(std::FILE* stream) {
 
 namespace {
 
-constexpr std::size_t outer_header_bytes = 12;
-
-Bytes outer_header(unsigned size) {
-    return chunk_stating("RIFF", size, bytes_of("WAVE"));
-}
-
 // Opens for writing or reading over the medium; null with its messages in `output` when that fails.
 RiffFile* open_over(Medium& medium, std::uint32_t form_type, Output* output, bool buffered = false) {
     RiffFile* file = nullptr;

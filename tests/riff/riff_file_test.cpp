@@ -42,10 +42,6 @@ class RiffWrite : public testing::Test {
     std::string path = directory / "written.wav";
 };
 
-Bytes outer_header(unsigned size) {
-    return chunk_stating("RIFF", size, bytes_of("WAVE"));
-}
-
 int write_all(RiffFile* file, const Bytes& data) {
     return riff_write_data(file, data.data(), static_cast<int>(data.size()));
 }

@@ -14,8 +14,6 @@
 
 namespace {
 
-constexpr std::size_t outer_header_bytes = 12;
-
 // A record with extra bytes behind it, as the functions expect it in memory.
 struct FormatWithExtra {
     WaveFormat format;

@@ -5,6 +5,10 @@ Bytes chunk_stating(const std::string& id, unsigned size, const Bytes& body) {
     return bytes_of(id) + low_first_4(size) + body;
 }
 
+Bytes outer_header(unsigned size) {
+    return chunk_stating("RIFF", size, bytes_of("WAVE"));
+}
+
 Bytes chunk(const std::string& id, const Bytes& body) {
     return chunk_stating(id, static_cast<unsigned>(body.size()), body);
 }

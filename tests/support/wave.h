@@ -9,6 +9,9 @@
 // A chunk as it stands in a file; the size stated may differ from the body's.
 Bytes chunk(const std::string& id, const Bytes& body);
 Bytes chunk_stating(const std::string& id, unsigned size, const Bytes& body);
+// The header of a WAVE file that states this size.
+constexpr std::size_t outer_header_bytes = 12;
+Bytes outer_header(unsigned size);
 // The chunks behind an outer header of their size.
 Bytes wave_file(const Bytes& chunks);
 
