@@ -3,6 +3,10 @@
 # What the scripts share: steps that say how they fare, and build directories that mend themselves. A script sources it
 # after going to the top of the tree.
 
+# Tests wait for half of their time: for time-outs, terminals, processes.
+# shellcheck disable=SC2034  # for who sources this
+suite_jobs=$((2 * $(nproc)))
+
 # Steps --------------------------------------------------------------------------------------------------------------
 
 failed_steps=()
