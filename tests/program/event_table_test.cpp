@@ -9,7 +9,7 @@ namespace {
 
 const std::string asked = received(48, "5");
 const std::string nothing = received(0, "0");
-const std::string block = received(320, "4");
+const std::string one_block = received(320, "4");
 
 struct PumpRun {
     Lines calls;       // between the start and the end of the file
@@ -42,7 +42,7 @@ TEST(EventTable, EveryPacketHasItsRowInBothModes) {
         "recv 48 5\n"      //
         "recv 320 keep\n"  // unknown with another type: the frame is dropped
         "rest 48 5\n";     // to the end
-    const Lines calls = Lines{nothing} + asked + sent(frame(2)) + block + block + received(0, "keep") + asked +
+    const Lines calls = Lines{nothing} + asked + sent(frame(2)) + one_block + one_block + received(0, "keep") + asked +
                         sent(frame(3)) + received(320, "keep") + asked + sent(frame(5)) + asked + sent(frame(6));
     const PumpRun converted = pump(script, {"-W"});
     EXPECT_EQ(converted.calls, calls);
