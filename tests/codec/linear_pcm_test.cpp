@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "codec/linear_pcm.h"
+
 #include <gtest/gtest.h>
 
 #include "codec/stream_tools.h"
@@ -14,6 +16,15 @@ TEST(LinearPcm, EveryModeAndBlockSizeHasABlockOf1024BytesAndNoOutputBuffer) {
         EXPECT_EQ(stream->decode, nullptr);
         EXPECT_EQ(stream->codec_private, nullptr);
     }
+}
+
+TEST(LinearPcm, StreamOfAnotherCodecLosesItsOperations) {
+    const StreamPtr stream = new_stream(g711_ulaw, mode_decode);
+    ASSERT_NE(stream->encode, nullptr);
+    ASSERT_NE(stream->decode, nullptr);
+    EXPECT_EQ(linear_pcm_init(*stream, mode_decode), 0);
+    EXPECT_EQ(stream->encode, nullptr);
+    EXPECT_EQ(stream->decode, nullptr);
 }
 
 TEST(LinearPcm, BytesAreReadUnchanged) {
