@@ -182,8 +182,8 @@ int snd_pcm_hw_params_set_channels(snd_pcm_t*, snd_pcm_hw_params_t*, unsigned co
     return simple("snd_pcm_hw_params_set_channels", with(count));
 }
 
-int snd_pcm_hw_params_set_rate(snd_pcm_t*, snd_pcm_hw_params_t*, unsigned rate, int) {
-    return simple("snd_pcm_hw_params_set_rate", with(rate));
+int snd_pcm_hw_params_set_rate(snd_pcm_t*, snd_pcm_hw_params_t*, unsigned rate, int direction) {
+    return simple("snd_pcm_hw_params_set_rate", with(rate) + (direction == 0 ? "" : " and not exactly"));
 }
 
 int snd_pcm_hw_params_set_period_size_near(snd_pcm_t*, snd_pcm_hw_params_t* params, snd_pcm_uframes_t* count, int*) {
