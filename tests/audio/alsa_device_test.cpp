@@ -358,10 +358,10 @@ TEST_F(AlsaDevice, DeviceThatTakesNothingForThreeSecondsIsGivenUp) {
     }
 }
 
-// Ten blocks are queued and stay there, at every look after that of the tenth: 1920 - 1600 frames are free.
+// Nine blocks are queued and stay there, at every look after that of the ninth: 1920 - 1440 frames are free.
 TEST_F(AlsaDevice, DeviceThatStandsStillAtTheEndIsGivenUpToo) {
     std::string script;
-    for (int look = 10; look < 400; look++) script += "snd_pcm_avail " + std::to_string(look) + " 320\n";
+    for (int look = 10; look < 400; look++) script += "snd_pcm_avail " + std::to_string(look) + " 480\n";
     card.tell(script);
     const Playing playing = played_verbosely({9});
     EXPECT_EQ(playing.output.err, told_of("default", {"", "drain", ETIMEDOUT}));
