@@ -23,7 +23,7 @@ constexpr CodecEntry codec_table[] = {
     {0x0050,          "MPEG",              nullptr},
     {0x0055,          "MP3",               nullptr},
     {0x0133,          "G.729",             nullptr},
-    {0,               nullptr,             nullptr},  // end
+    {},               // end: no name
 };
 // clang-format on
 

@@ -37,7 +37,7 @@ inline constexpr SpeedRow speed_table[] = {
     {"EXTA",    EXTA},
     {"extb",    EXTB},
     {"EXTB",    EXTB},
-    {nullptr,   0},         // end
+    {},                     // end: no name
 };
 // clang-format on
 
