@@ -41,6 +41,7 @@ void harmonics_mute(Harmonics& harmonics);
 
 // What a tone frame says instead: one or two sinusoids.
 struct ToneModel {
-    std::uint32_t step[2];  // turns per sample times 2^32; second 0: there is one line only
-    float log2_peak;        // of the whole tone; two lines share it equally
+    std::uint32_t first_step;   // turns per sample times 2^32
+    std::uint32_t second_step;  // 0: there is one line only
+    float log2_peak;            // of the whole tone; two lines share it equally
 };

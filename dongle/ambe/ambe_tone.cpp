@@ -32,14 +32,8 @@ ToneModel ambe_tone_decode(const AmbeFrame& frame) {
     const float log2_peak = static_cast<float>(frame.tone_volume) / 16.934F - 1.0F;
     if (raw_index >= dual_tones) {
         const double hertz = single_tone_spacing * (raw_index - single_tone_offset);
-        return {
-            {step_of(hertz), 0},
-            log2_peak
-        };
+        return {step_of(hertz), 0, log2_peak};
     }
     const DualTones& tones = raw_index < dtmf_tones ? dtmf : knox;
-    return {
-        {step_of(tones.column[raw_index / 4 % 4]), step_of(tones.row[raw_index % 4])},
-        log2_peak
-    };
+    return {step_of(tones.column[raw_index / 4 % 4]), step_of(tones.row[raw_index % 4]), log2_peak};
 }

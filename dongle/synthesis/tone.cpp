@@ -9,40 +9,41 @@ namespace DECODER_VERSION {
 namespace {
 
 constexpr int fade_samples = 16;  // 2 ms
-constexpr int lines = 2;
 
 bool is_same(const Tone& tone, const ToneModel& model) {
-    return tone.step[0] == model.step[0] && tone.step[1] == model.step[1];
+    return tone.first.step == model.first_step && tone.second.step == model.second_step;
 }
 
 Tone silent_tone_of(const ToneModel& model) {
-    return {
-        true, 0, {0,             0            },
-          {model.step[0], model.step[1]}
-    };
+    Tone tone = {};
+    tone.sounds = true;
+    tone.first.step = model.first_step;
+    tone.second.step = model.second_step;
+    return tone;
 }
 
 // A tone of two lines gives half to each.
 float amplitude_of(const ToneModel& model) {
     const float peak = power_of_two(splat(model.log2_peak))[0];
-    return model.step[1] != 0 ? 0.5F * peak : peak;
+    return model.second_step != 0 ? 0.5F * peak : peak;
 }
 
 // Adds one line, its amplitude going to `target` in the first 2 ms; its phase moves on to the end.
-void add_line(std::uint32_t& phase, std::uint32_t step, float amplitude, float target, SpeechBlock& samples) {
-    Words phases = splat(phase - step) + numbered_multiples(step);
+void add_line(ToneLine& line, float amplitude, float target, SpeechBlock& samples) {
+    if (line.step == 0) return;
+    Words phases = splat(line.phase - line.step) + numbered_multiples(line.step);
     for (int n = 0; n < frame_samples; n += lane_count) {
         const Floats faded = min((lane_numbers + static_cast<float>(n)) * (1.0F / fade_samples), splat(1.0F));
         const Floats level = amplitude + (target - amplitude) * faded;
         store(samples + n, load(samples + n) + level * sine(phases));
-        phases += splat(lane_count * step);
+        phases += splat(lane_count * line.step);
     }
-    phase += step * frame_samples;
+    line.phase += line.step * frame_samples;
 }
 
 void add_lines(Tone& tone, float target, SpeechBlock& samples) {
-    for (int line = 0; line < lines; line++)
-        if (tone.step[line] != 0) add_line(tone.phase[line], tone.step[line], tone.amplitude, target, samples);
+    add_line(tone.first, tone.amplitude, target, samples);
+    add_line(tone.second, tone.amplitude, target, samples);
     tone.amplitude = target;
 }
 

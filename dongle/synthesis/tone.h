@@ -4,10 +4,16 @@
 
 #include "speech_model.h"
 
+// Turns times 2^32.
+struct ToneLine {
+    std::uint32_t phase;
+    std::uint32_t step;  // from sample to sample; 0: no line
+};
+
 // The tone that sounds; all zero: none.
 struct Tone {
     bool sounds;
-    float amplitude;         // of each line
-    std::uint32_t phase[2];  // turns times 2^32
-    std::uint32_t step[2];   // from sample to sample; 0: there is one line only
+    float amplitude;  // of each line
+    ToneLine first;
+    ToneLine second;
 };

@@ -19,19 +19,19 @@ TEST(AmbeTone, LinesAndLevelOfAFrame) {
     frame.tone_index = 64;  // 31.25 * 32 = 1000 Hz, an eighth of a turn
     frame.tone_volume = 232;
     const ToneModel single = ambe_tone_decode(frame);
-    EXPECT_EQ(single.step[0], 0x20000000U);
-    EXPECT_EQ(single.step[1], 0U);
+    EXPECT_EQ(single.first_step, 0x20000000U);
+    EXPECT_EQ(single.second_step, 0U);
     EXPECT_NEAR(single.log2_peak, 232 / 16.934 - 1, 1e-6);
 
     frame.tone_index = 13;  // the key 0 has index 7, D the last, 15; 13 is B: 1633 and 770 Hz
     const ToneModel dual = ambe_tone_decode(frame);
-    EXPECT_NEAR(dual.step[0] * 0x1p-32, 1633.0 / 8000, 1e-9);
-    EXPECT_NEAR(dual.step[1] * 0x1p-32, 770.0 / 8000, 1e-9);
+    EXPECT_NEAR(dual.first_step * 0x1p-32, 1633.0 / 8000, 1e-9);
+    EXPECT_NEAR(dual.second_step * 0x1p-32, 770.0 / 8000, 1e-9);
 
     frame.tone_index = 16 + 6;  // the second table: 1162 and 743 Hz
     const ToneModel paging = ambe_tone_decode(frame);
-    EXPECT_NEAR(paging.step[0] * 0x1p-32, 1162.0 / 8000, 1e-9);
-    EXPECT_NEAR(paging.step[1] * 0x1p-32, 743.0 / 8000, 1e-9);
+    EXPECT_NEAR(paging.first_step * 0x1p-32, 1162.0 / 8000, 1e-9);
+    EXPECT_NEAR(paging.second_step * 0x1p-32, 743.0 / 8000, 1e-9);
 }
 
 TEST(AmbeTone, EveryIndexHasItsFrequencies) {
@@ -41,7 +41,7 @@ TEST(AmbeTone, EveryIndexHasItsFrequencies) {
         frame.tone_index = raw;
         const ToneModel tone = ambe_tone_decode(frame);
         const auto [first, second] = tone_lines(static_cast<unsigned>(raw));
-        EXPECT_NEAR(tone.step[0] * 0x1p-32 * 8000, first, 1e-5) << raw;
-        EXPECT_NEAR(tone.step[1] * 0x1p-32 * 8000, second, 1e-5) << raw;
+        EXPECT_NEAR(tone.first_step * 0x1p-32 * 8000, first, 1e-5) << raw;
+        EXPECT_NEAR(tone.second_step * 0x1p-32 * 8000, second, 1e-5) << raw;
     }
 }
