@@ -3,6 +3,8 @@
 // whose spectrum is given the magnitudes of the unvoiced harmonics, and of the share of noise in the voiced ones.
 #pragma once
 
+#include <algorithm>
+
 #include "speech_model.h"
 
 // Makes voiced and unvoiced harmonics of equal log magnitude equally strong.
@@ -33,7 +35,5 @@ struct alignas(32) NoiseBlocks {
 // wh(n), the window of a block: 1 up to |n| = 20, falling in a straight line, 0 from |n| = 60 on;
 // wh(n) + wh(n - 80) = 1 between. Always inlined, as synthesis_window is.
 [[gnu::always_inline]] constexpr float noise_window(int n) {
-    const int distance = n < 0 ? -n : n;
-    if (distance <= 20) return 1.0F;
-    return distance < 60 ? static_cast<float>((60 - distance) / 40.0) : 0.0F;
+    return static_cast<float>(std::clamp((60 - std::max(n, -n)) / 40.0, 0.0, 1.0));
 }

@@ -3,6 +3,8 @@
 // frame to frame, or overlap.
 #pragma once
 
+#include <algorithm>
+
 #include "speech_model.h"
 
 // The sinusoids in the middle of a frame. Phases and the fundamental are in turns times 2^32.
@@ -17,7 +19,5 @@ struct alignas(32) VoicedHarmonics {
 // ws(n) + ws(n - 160) = 1 between. Always inlined: no copy of it may be compiled for one processor and be called on
 // another.
 [[gnu::always_inline]] constexpr float synthesis_window(int n) {
-    const int distance = n < 0 ? -n : n;
-    if (distance <= 55) return 1.0F;
-    return distance < 105 ? static_cast<float>((105 - distance) * 0.02) : 0.0F;
+    return static_cast<float>(std::clamp((105 - std::max(n, -n)) * 0.02, 0.0, 1.0));
 }
