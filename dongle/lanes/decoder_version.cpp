@@ -4,7 +4,6 @@
 
 const DecoderVersion& decoder_version_of_this_processor() {
 #ifdef __x86_64__
-    __builtin_cpu_init();
     if (__builtin_cpu_supports("avx2")) return avx2::decoder_version;
 #endif
     return baseline::decoder_version;

@@ -56,9 +56,10 @@ inline float sqrt(float x) {
     return __builtin_sqrtf(x);
 }
 
-template <int from>
-inline float shuffle(float a, float b) {
-    return from == 0 ? a : b;
+// Of parts of one lane both are the same.
+template <int>
+inline float shuffle(float a, float) {
+    return a;
 }
 
 #else

@@ -8,5 +8,7 @@
 
 #include <cstdint>
 
+#include "lanes/decoder_version.h"
+
 constexpr std::uint32_t noise_start = 0x2545F491;
-constexpr int most_noise_words = 160;
+constexpr int most_noise_words = frame_samples;
