@@ -53,6 +53,7 @@ DeviceFailure open_quietly(AlsaDevice& device) {
     if (device.bits_per_sample != sample_bits || device.block_frames == 0) return {"set parameters", -EINVAL};
     if (quiet_streams_open(device.quiet) < 0) return {"open", -errno};
 
+    device.alsa_called = true;
     quiet_streams_begin(device.quiet);
     // The configuration is read once, here, for both processes. An error in it shows when the device is opened.
     device.alsa->snd_config_update();
@@ -206,7 +207,6 @@ void sound_format(AudioControl& control, int channels, long sample_rate, int bit
     device->bits_per_sample = bits_per_sample;
     if (channels > 0) device->block_frames = audio_block_bytes / (sample_bytes * static_cast<unsigned>(channels));
     device->queue_frames = control.count * device->block_frames;
-    device->quiet = QuietStreams{};
 }
 
 void sound_open(AudioControl& control, bool verbose) {
@@ -261,8 +261,7 @@ void sound_stop(AudioControl& control) {
 
 void sound_close(AudioControl& control) {
     AlsaDevice* device = device_of(control);
-    // Without the descriptors that keep it quiet ALSA was not called.
-    if (device == nullptr || device->alsa == nullptr || device->quiet.null_device < 0) return;
+    if (device == nullptr || !device->alsa_called) return;
     quiet_streams_begin(device->quiet);
     if (device->pcm != nullptr) alsa_close(*device);
     device->alsa->snd_config_update_free_global();

@@ -28,16 +28,12 @@ bool find_all(void* library, AlsaLibrary& alsa) {
 
 const AlsaLibrary* alsa_library(const char** reason) {
     static AlsaLibrary alsa;
-    static bool loaded = false;
-    if (loaded) return &alsa;
-
     void* library = dlopen(library_name, RTLD_NOW | RTLD_LOCAL);
-    if (library != nullptr && find_all(library, alsa)) {
-        alsa.snd_lib_error_set_handler(say_nothing);
-        loaded = true;
-        return &alsa;
+    if (library == nullptr || !find_all(library, alsa)) {
+        const char* error = dlerror();
+        *reason = error != nullptr ? error : library_name;
+        return nullptr;
     }
-    const char* error = dlerror();
-    *reason = error != nullptr ? error : library_name;
-    return nullptr;
+    alsa.snd_lib_error_set_handler(say_nothing);
+    return &alsa;
 }

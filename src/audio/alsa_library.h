@@ -50,7 +50,6 @@ struct AlsaLibrary {
 #undef ALSA_POINTER
 };
 
-// The library, loaded at the first call and kept to the end of the program: what its plug-ins leave behind may still
-// refer to it. What it would print about errors is dropped. Null when it cannot be had; `*reason` then says why, as the
-// loader has it.
+// The library, loaded and kept to the end of the program: what its plug-ins leave behind may still refer to it. What it
+// would print about errors is dropped. Null when it cannot be had; `*reason` then says why, as the loader has it.
 const AlsaLibrary* alsa_library(const char** reason);

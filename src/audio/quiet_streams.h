@@ -5,9 +5,9 @@
 #pragma once
 
 struct QuietStreams {
-    int null_device = -1;
-    int output = -1;  // copies of descriptors 1 and 2
-    int error = -1;
+    int null_device;
+    int output;  // copies of descriptors 1 and 2
+    int error;
 };
 
 // Takes three descriptors. Returns 0; -1 with errno, and then none is held.
