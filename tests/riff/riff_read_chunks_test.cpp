@@ -5,6 +5,7 @@
 
 #include "riff/riff_reading.h"
 #include "riff/wave_format.h"
+#include "support/allocations.h"
 
 // --- riff_read_data
 
@@ -202,6 +203,18 @@ TEST_F(RiffRead, ChunkDataComesInABufferOfItsOwnWhateverItsSize) {
         std::free(buffer);
         EXPECT_EQ(std::fgetc(file->stream), 4);
     }
+}
+
+// By doubling: 16 MB are 256 of the first 64 KB.
+TEST_F(RiffRead, LargeChunkDataIsReadInFewPieces) {
+    open_wave(Bytes(16 << 20));
+    allocations = {.counted = true};
+    std::uint8_t* buffer = riff_read_chunk_data(file, 16 << 20);
+    const int made = allocations.made;
+    allocations = {};
+    EXPECT_NE(buffer, nullptr);
+    EXPECT_LE(made, 10);
+    std::free(buffer);
 }
 
 TEST_F(RiffRead, ChunkDataThatTheFileDoesNotHoldIsReported) {
