@@ -148,6 +148,9 @@ char* output_name(const char* path) {
     return name;
 }
 
+// What the codec stream and the audio layer take are one block.
+static_assert(pcm_block_bytes == audio_block_bytes);
+
 int pull_block(void*, std::uint8_t* output) {
     if (block_ready) {
         std::memcpy(output, waiting_block, sizeof waiting_block);
