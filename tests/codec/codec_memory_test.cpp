@@ -155,7 +155,7 @@ TEST(CodecMemory, InitWithoutItsPrivateBlockReturnsMinusOneAndLeavesTheStreamWit
     }
 }
 
-TEST(CodecMemory, LibgsmWithoutTheLayoutOfWaveFilesIsRefusedAndItsStateReleased) {
+TEST(CodecMemory, LibgsmWithoutTheLayoutOfWaveFilesIsRefusedAndItsStateReleasedAndForgotten) {
     wave_layout_is_missing = true;
     states_destroyed = 0;
     for (const int mode : {codec_mode_encode, 0}) {
@@ -164,5 +164,10 @@ TEST(CodecMemory, LibgsmWithoutTheLayoutOfWaveFilesIsRefusedAndItsStateReleased)
         EXPECT_EQ(creation.output.err, "");
     }
     EXPECT_EQ(states_destroyed, 2);
+
+    CodecStream stream = {};
+    stream.name = "GSM 06.10";
+    output_of([&] { EXPECT_EQ(gsm0610_init(stream, codec_mode_encode), -1); });
+    EXPECT_EQ(stream.codec_private, nullptr);
     wave_layout_is_missing = false;
 }
