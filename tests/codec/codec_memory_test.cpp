@@ -3,6 +3,8 @@
 #include <gsm.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include "codec/codec_stream.h"
 #include "codec/codec_table.h"
 #include "codec/g711.h"
@@ -68,15 +70,31 @@ void expect_failure(const Creation& creation, const std::string& out, const std:
     EXPECT_EQ(creation.still_held, held);
 }
 
+// What a law's init returns when a request of its own fails, 1 being the private block.
+int init_of_a_law(CodecInit init, int failing) {
+    CodecStream stream = {};
+    stream.name = "some law";
+    int result = 0;
+    output_of([&] {
+        allocations = {.counted = true, .failing = failing};
+        result = init(stream, codec_mode_encode);
+        allocations.counted = false;
+    });
+    std::free(stream.codec_private);
+    return result;
+}
+
 // A law's maps are built once in a process: the steps of one law stand in one test, in their order.
-void run_out_at_every_step_of_a_law(std::uint32_t tag, const char* name) {
+void run_out_at_every_step_of_a_law(std::uint32_t tag, const char* name, CodecInit init) {
     const std::string line = codec_line(name);
     expect_failure(create(tag, 1), "", "Out of memory for codec stream !\n", 0);
     expect_failure(create(tag, 2), line, "Out of memory for LAW CB !\n", 0);
     // Kept: the private block stays taken. Requests are the record, the private block, the encode map, the decode map.
     expect_failure(create(tag, 3), line, "Out of memory for LAW Encode Map !\n", 1);
+    EXPECT_EQ(init_of_a_law(init, 2), -1);
     // The encode map was asked for again: it stays, beside the private block.
     expect_failure(create(tag, 4), line, "Out of memory for LAW Decode Map !\n", 2);
+    EXPECT_EQ(init_of_a_law(init, 2), -1);
     // Now the encode map is there: only the decode map is asked for, then the buffers. Private block and map stay.
     expect_failure(create(tag, 4), line, "Out of memory for IBUFF of 2048 !\n", 2);
     // Both maps are there.
@@ -98,11 +116,11 @@ void run_out_at_every_step_of_a_law(std::uint32_t tag, const char* name) {
 }  // namespace
 
 TEST(CodecMemory, AlawRunsOutAtEveryRequestAndAMissingMapIsTriedAgain) {
-    run_out_at_every_step_of_a_law(0x0006, "G.711 A-LAW");
+    run_out_at_every_step_of_a_law(0x0006, "G.711 A-LAW", g711_alaw_init);
 }
 
 TEST(CodecMemory, UlawRunsOutAtEveryRequestAndAMissingMapIsTriedAgain) {
-    run_out_at_every_step_of_a_law(0x0007, "G.711 U-LAW");
+    run_out_at_every_step_of_a_law(0x0007, "G.711 U-LAW", g711_ulaw_init);
 }
 
 TEST(CodecMemory, EveryOtherCodecRunsOutAtEveryRequest) {
