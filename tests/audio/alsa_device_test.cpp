@@ -196,6 +196,13 @@ TEST_F(AlsaDevice, EightKilohertzMonoOf16BitsInAQueueOfTwelveBlocksIsAskedFor) {
     }
 }
 
+// Threads of the library may print between its calls too.
+TEST_F(AlsaDevice, ErrorMessagesOfTheLibraryAreTakenFromItBeforeItDoesAnything) {
+    played();
+    ASSERT_FALSE(card.calls().empty());
+    EXPECT_EQ(card.calls().front(), "snd_lib_error_set_handler");
+}
+
 TEST_F(AlsaDevice, DeviceIsTriedInAnotherProcessFirst) {
     played();
     EXPECT_THAT(card.trial_calls(), Contains("snd_pcm_open(default)"));
