@@ -2,9 +2,12 @@
 #include "player/sink.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <string>
 
@@ -90,6 +93,24 @@ TEST(OutputName, NamesOfAnyLengthWork) {
         EXPECT_EQ(output_name_of(stem + ".dvtool"), stem + ".wav");
         EXPECT_EQ(output_name_of(stem + "."), stem + ".wav");
     }
+}
+
+// As where the arguments of the program end: no byte behind the path is there to be read.
+TEST(OutputName, NothingBehindThePathIsRead) {
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    void* pages = mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(pages, MAP_FAILED);
+    char* end = static_cast<char*>(pages) + page;
+    ASSERT_EQ(mprotect(end, page, PROT_NONE), 0);
+    for (const char* path : {"r", "rec", "rec.dvtool"}) {
+        const std::size_t bytes = std::strlen(path) + 1;
+        std::memcpy(end - bytes, path, bytes);
+        char* name = output_name(end - bytes);
+        ASSERT_NE(name, nullptr);
+        EXPECT_EQ(name, output_name_of(path));
+        std::free(name);
+    }
+    munmap(pages, 2 * page);
 }
 
 TEST(PullBlock, EachBlockIsPulledOnceThenSilence) {
