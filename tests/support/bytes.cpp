@@ -10,7 +10,8 @@ Bytes bytes(std::initializer_list<int> values) {
 }
 
 Bytes bytes_of(const std::string& text) {
-    return Bytes(text.begin(), text.end());
+    const auto* first = reinterpret_cast<const std::uint8_t*>(text.data());
+    return Bytes(first, first + text.size());
 }
 
 Bytes zeros(std::size_t count) {
