@@ -18,7 +18,7 @@ struct AlsaDevice {
     snd_pcm_uframes_t buffer_frames;  // the device's own buffer, which may be larger or smaller
     bool verbose;
     const AlsaLibrary* alsa;
-    bool alsa_called;  // so it may hold something; never without `quiet`
+    bool alsa_called;  // `quiet` is open and ALSA may hold its configuration: both are to be given back
     snd_pcm_t* pcm;
     QuietStreams quiet;
 };
