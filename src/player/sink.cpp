@@ -148,7 +148,7 @@ char* output_name(const char* path) {
     return name;
 }
 
-// What the codec stream and the audio layer take are one block.
+// The audio layer takes a block as the vocoder delivers it.
 static_assert(pcm_block_bytes == audio_block_bytes);
 
 int pull_block(void*, std::uint8_t* output) {

@@ -70,15 +70,14 @@ void expect_failure(const Creation& creation, const std::string& out, const std:
     EXPECT_EQ(creation.still_held, held);
 }
 
-// What a law's init returns when a request of its own fails, 1 being the private block.
-int init_of_a_law(CodecInit init, int failing) {
+// What a law's init returns when it gets its private block and nothing more.
+int init_without_a_map(CodecInit init) {
     CodecStream stream = {};
     stream.name = "some law";
     int result = 0;
     output_of([&] {
-        allocations = {.counted = true, .failing = failing};
+        const FailingAllocations others(2);
         result = init(stream, codec_mode_encode);
-        allocations.counted = false;
     });
     std::free(stream.codec_private);
     return result;
@@ -91,10 +90,10 @@ void run_out_at_every_step_of_a_law(std::uint32_t tag, const char* name, CodecIn
     expect_failure(create(tag, 2), line, "Out of memory for LAW CB !\n", 0);
     // Kept: the private block stays taken. Requests are the record, the private block, the encode map, the decode map.
     expect_failure(create(tag, 3), line, "Out of memory for LAW Encode Map !\n", 1);
-    EXPECT_EQ(init_of_a_law(init, 2), -1);
+    EXPECT_EQ(init_without_a_map(init), -1);
     // The encode map was asked for again: it stays, beside the private block.
     expect_failure(create(tag, 4), line, "Out of memory for LAW Decode Map !\n", 2);
-    EXPECT_EQ(init_of_a_law(init, 2), -1);
+    EXPECT_EQ(init_without_a_map(init), -1);
     // Now the encode map is there: only the decode map is asked for, then the buffers. Private block and map stay.
     expect_failure(create(tag, 4), line, "Out of memory for IBUFF of 2048 !\n", 2);
     // Both maps are there.
